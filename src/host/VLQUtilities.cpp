@@ -1,0 +1,37 @@
+#include "host/VLQUtilities.h"
+
+#include <utility>
+
+#include "host/HostSingleton.h"
+
+namespace vlq {
+namespace {
+
+HostSingleton<VLQUtilities>& slot() {
+  static HostSingleton<VLQUtilities> singleton;
+  return singleton;
+}
+
+}  // namespace
+
+Json VLQUtilities::readConfig(const std::string& path) {
+  return slot().get()->readConfigAtPath(path);
+}
+
+std::shared_ptr<toolkit::UIWindow> VLQUtilities::keyWindow() {
+  return slot().get()->currentKeyWindow();
+}
+
+std::shared_ptr<VLQUtilities> VLQUtilities::installShared(std::shared_ptr<VLQUtilities> utilities) {
+  return slot().install(std::move(utilities));
+}
+
+Json VLQUtilities::readConfigAtPath(const std::string&) {
+  return nullptr;
+}
+
+std::shared_ptr<toolkit::UIWindow> VLQUtilities::currentKeyWindow() {
+  return nullptr;
+}
+
+}  // namespace vlq
