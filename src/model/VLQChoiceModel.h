@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+
+#include "host/JsonValue.h"
+
+namespace vlq {
+
+// One answer option of a choice question. Choices are shared by identity: the question's list, the
+// page's display order and a response record's answers all hold the same object.
+class VLQChoiceModel {
+ public:
+  // The choice described by one element of "choices", or null when it has no "id" or no non-empty
+  // "value".
+  static std::shared_ptr<VLQChoiceModel> initWithChioceDictionary(const Json& choice);
+
+  // The free-text "other" option.
+  bool isOther() const { return isOther_; }
+  void setIsOther(bool isOther) { isOther_ = isOther; }
+  // Whether the choice is currently selected.
+  bool isAnswered() const { return isAnswered_; }
+  void setIsAnswered(bool isAnswered) { isAnswered_ = isAnswered; }
+  // The choice's "id", as the document gives it.
+  const Json& surveyId() const { return surveyId_; }
+  void setSurveyId(Json surveyId) { surveyId_ = std::move(surveyId); }
+  // The choice's text ("value"), as the document gives it.
+  const Json& surveyValue() const { return surveyValue_; }
+  void setSurveyValue(Json surveyValue) { surveyValue_ = std::move(surveyValue); }
+
+ private:
+  bool isOther_ = false;
+  bool isAnswered_ = false;
+  Json surveyId_;
+  Json surveyValue_;
+};
+
+}  // namespace vlq

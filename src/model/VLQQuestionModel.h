@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "host/JsonValue.h"
+#include "model/VLQChoiceModel.h"
+
+namespace vlq {
+
+// One question of a survey, with its answer options in document order.
+class VLQQuestionModel {
+ public:
+  // The question described by one element of "questions", or null when it is dropped: it has no
+  // title or an empty one, or it is a choice question left without choices (which writes a debug
+  // line). A "rating" question keeps whatever choices it has, usually none.
+  static std::shared_ptr<VLQQuestionModel> initWithQuestionDictinary(const Json& question);
+
+  // Set by the survey page while the "other" option is the selected row.
+  bool isOtherSelected() const { return isOtherSelected_; }
+  void setIsOtherSelected(bool isOtherSelected) { isOtherSelected_ = isOtherSelected; }
+  bool is_Answered() const { return is_Answered_; }
+  void setIs_Answered(bool isAnswered) { is_Answered_ = isAnswered; }
+  // The question must be answered before the user can go on.
+  bool is_required() const { return is_required_; }
+  void setIs_required(bool isRequired) { is_required_ = isRequired; }
+  // The choices are shown in random order.
+  bool randomizeChoices() const { return randomizeChoices_; }
+  void setRandomizeChoices(bool randomizeChoices) { randomizeChoices_ = randomizeChoices; }
+  // "id", "answer_mode" and "title" as the document gives them; null when missing.
+  const Json& questionId() const { return questionId_; }
+  void setQuestionId(Json questionId) { questionId_ = std::move(questionId); }
+  const Json& answerMode() const { return answerMode_; }
+  void setAnswerMode(Json answerMode) { answerMode_ = std::move(answerMode); }
+  const Json& questionTitle() const { return questionTitle_; }
+  void setQuestionTitle(Json questionTitle) { questionTitle_ = std::move(questionTitle); }
+  std::vector<std::shared_ptr<VLQChoiceModel>>& choicesArray() { return choicesArray_; }
+  const std::vector<std::shared_ptr<VLQChoiceModel>>& choicesArray() const { return choicesArray_; }
+  void setChoicesArray(std::vector<std::shared_ptr<VLQChoiceModel>> choicesArray) {
+    choicesArray_ = std::move(choicesArray);
+  }
+
+ private:
+  bool isOtherSelected_ = false;
+  bool is_Answered_ = false;
+  bool is_required_ = false;
+  bool randomizeChoices_ = false;
+  Json questionId_;
+  Json answerMode_;
+  Json questionTitle_;
+  std::vector<std::shared_ptr<VLQChoiceModel>> choicesArray_;
+};
+
+}  // namespace vlq
