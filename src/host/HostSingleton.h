@@ -14,6 +14,12 @@ namespace vlq {
 template <class Interface>
 class HostSingleton {
  public:
+  // The one slot of `Interface` in the process.
+  static HostSingleton& slot() {
+    static HostSingleton singleton;
+    return singleton;
+  }
+
   // The installed implementation, or the null object; never null. The returned pointer keeps the
   // implementation alive for the caller even if another thread replaces it meanwhile.
   std::shared_ptr<Interface> get() {
@@ -28,6 +34,8 @@ class HostSingleton {
   }
 
  private:
+  HostSingleton() = default;
+
   std::mutex mutex_;
   std::shared_ptr<Interface> installed_;
   const std::shared_ptr<Interface> nullObject_ = std::make_shared<Interface>();

@@ -5,22 +5,13 @@
 #include "host/HostSingleton.h"
 
 namespace vlq {
-namespace {
-
-HostSingleton<VLQContextEvaluator>& slot() {
-  static HostSingleton<VLQContextEvaluator> singleton;
-  return singleton;
-}
-
-}  // namespace
-
 std::shared_ptr<VLQContextEvaluator> VLQContextEvaluator::sharedInstance() {
-  return slot().get();
+  return HostSingleton<VLQContextEvaluator>::slot().get();
 }
 
 std::shared_ptr<VLQContextEvaluator> VLQContextEvaluator::installSharedInstance(
     std::shared_ptr<VLQContextEvaluator> evaluator) {
-  return slot().install(std::move(evaluator));
+  return HostSingleton<VLQContextEvaluator>::slot().install(std::move(evaluator));
 }
 
 void VLQContextEvaluator::parseConfiguration(const Json&) {}

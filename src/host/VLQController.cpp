@@ -5,22 +5,13 @@
 #include "host/HostSingleton.h"
 
 namespace vlq {
-namespace {
-
-HostSingleton<VLQController>& slot() {
-  static HostSingleton<VLQController> singleton;
-  return singleton;
-}
-
-}  // namespace
-
 std::shared_ptr<VLQController> VLQController::sharedController() {
-  return slot().get();
+  return HostSingleton<VLQController>::slot().get();
 }
 
 std::shared_ptr<VLQController> VLQController::installSharedController(
     std::shared_ptr<VLQController> host) {
-  return slot().install(std::move(host));
+  return HostSingleton<VLQController>::slot().install(std::move(host));
 }
 
 void VLQController::getSyncDataForActionType(const std::string&, const std::string&,

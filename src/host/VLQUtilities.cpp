@@ -5,25 +5,16 @@
 #include "host/HostSingleton.h"
 
 namespace vlq {
-namespace {
-
-HostSingleton<VLQUtilities>& slot() {
-  static HostSingleton<VLQUtilities> singleton;
-  return singleton;
-}
-
-}  // namespace
-
 Json VLQUtilities::readConfig(const std::string& path) {
-  return slot().get()->readConfigAtPath(path);
+  return HostSingleton<VLQUtilities>::slot().get()->readConfigAtPath(path);
 }
 
 std::shared_ptr<toolkit::UIWindow> VLQUtilities::keyWindow() {
-  return slot().get()->currentKeyWindow();
+  return HostSingleton<VLQUtilities>::slot().get()->currentKeyWindow();
 }
 
 std::shared_ptr<VLQUtilities> VLQUtilities::installShared(std::shared_ptr<VLQUtilities> utilities) {
-  return slot().install(std::move(utilities));
+  return HostSingleton<VLQUtilities>::slot().install(std::move(utilities));
 }
 
 Json VLQUtilities::readConfigAtPath(const std::string&) {
