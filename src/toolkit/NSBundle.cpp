@@ -1,0 +1,65 @@
+#include "toolkit/NSBundle.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace vlq::toolkit {
+namespace {
+
+struct Registry {
+  std::mutex mutex;
+  std::shared_ptr<NSBundle> mainBundle = std::make_shared<NSBundle>("main", ".");
+  std::map<std::string, std::shared_ptr<NSBundle>, std::less<>> byIdentifier;
+};
+
+Registry& registry() {
+  static Registry instance;
+  return instance;
+}
+
+}  // namespace
+
+std::shared_ptr<NSBundle> NSBundle::mainBundle() {
+  std::lock_guard lock(registry().mutex);
+  return registry().mainBundle;
+}
+
+void NSBundle::setMainBundlePath(std::string path) {
+  auto bundle = std::make_shared<NSBundle>("main", std::move(path));
+  std::lock_guard lock(registry().mutex);
+  registry().mainBundle = std::move(bundle);
+}
+
+std::shared_ptr<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identifier) {
+  std::lock_guard lock(registry().mutex);
+  const auto found = registry().byIdentifier.find(identifier);
+  return found == registry().byIdentifier.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<NSBundle> NSBundle::registerBundle(std::string identifier, std::string path) {
+  auto bundle = std::make_shared<NSBundle>(identifier, std::move(path));
+  std::lock_guard lock(registry().mutex);
+  registry().byIdentifier[std::move(identifier)] = bundle;
+  return bundle;
+}
+
+std::optional<std::string> NSBundle::pathForResource(std::string_view name) const {
+  if (name.empty() || name.find('/') != std::string_view::npos) return std::nullopt;
+  std::error_code error;
+  const auto path = std::filesystem::path(bundlePath_) / std::string(name);
+  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
+  return path.string();
+}
+
+std::shared_ptr<UIImage> NSBundle::cachedImage(const std::string& name) const {
+  std::lock_guard lock(cacheMutex_);
+  const auto found = imageCache_.find(name);
+  return found == imageCache_.end() ? nullptr : found->second;
+}
+
+void NSBundle::cacheImage(const std::string& name, std::shared_ptr<UIImage> image) {
+  std::lock_guard lock(cacheMutex_);
+  imageCache_.emplace(name, std::move(image));
+}
+
+}  // namespace vlq::toolkit
