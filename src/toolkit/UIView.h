@@ -139,6 +139,10 @@ class UIView : public UIResponder {
   // front-most first; null when the point is outside or the view takes no touches.
   virtual std::shared_ptr<UIView> hitTest(CGPoint point);
   virtual bool pointInside(CGPoint point) const;
+  // Scrolling from a wheel or trackpad: a view that scrolls its content moves it by `delta` points
+  // (a positive y shows content further down) and returns true. Other views return false, and the
+  // input backend offers the scroll to the superview next.
+  virtual bool scrollBy(CGPoint /*delta*/) { return false; }
   std::shared_ptr<UIResponder> nextResponder() const override;
 
   // Runs `animations` now; the new values are the final ones. The duration is for a renderer that
