@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "toolkit/NSBundle.h"
+#include "toolkit/UIFont.h"
+#include "toolkit/UIImage.h"
+
+namespace vlq::toolkit {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Writes the start of a PNG file: enough for the core, which reads only the size.
+void writePngHeader(const fs::path& path, std::uint32_t width, std::uint32_t height) {
+  const unsigned char bytes[] = {0x89,
+                                 'P',
+                                 'N',
+                                 'G',
+                                 '\r',
+                                 '\n',
+                                 0x1A,
+                                 '\n',
+                                 0,
+                                 0,
+                                 0,
+                                 13,
+                                 'I',
+                                 'H',
+                                 'D',
+                                 'R',
+                                 static_cast<unsigned char>(width >> 24),
+                                 static_cast<unsigned char>(width >> 16),
+                                 static_cast<unsigned char>(width >> 8),
+                                 static_cast<unsigned char>(width),
+                                 static_cast<unsigned char>(height >> 24),
+                                 static_cast<unsigned char>(height >> 16),
+                                 static_cast<unsigned char>(height >> 8),
+                                 static_cast<unsigned char>(height)};
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes), sizeof bytes);
+}
+
+class ResourcesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("vlq-resources-" + std::to_string(::getpid()));
+    fs::create_directories(folder_ / "app");
+    fs::create_directories(folder_ / "plugin");
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  fs::path folder_;
+};
+
+TEST_F(ResourcesTest, ImagesComeFromTheirBundleAtTheBestScaleAndKeepTheirIdentity) {
+  writePngHeader(folder_ / "app" / "radio.png", 25, 25);
+  writePngHeader(folder_ / "app" / "radio@2x.png", 50, 50);
+  writePngHeader(folder_ / "plugin" / "cancel@3x.png", 150, 150);
+  writePngHeader(folder_ / "plugin" / "veryGood.png", 60, 60);
+  std::ofstream(folder_ / "plugin" / "broken.png") << "not an image";
+  NSBundle::setMainBundlePath((folder_ / "app").string());
+  const auto plugin = NSBundle::registerBundle("com.example.plugin", (folder_ / "plugin").string());
+  EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.plugin"), plugin);
+  EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.none"), nullptr);
+
+  const auto radio = UIImage::imageNamed("radio.png");
+  ASSERT_NE(radio, nullptr);
+  EXPECT_EQ(radio->scale(), 2);
+  EXPECT_EQ(radio->size(), (CGSize{25, 25}));
+  EXPECT_EQ(UIImage::imageNamed("radio.png"), radio);
+
+  const auto cancel = UIImage::imageNamed("cancel.png", plugin, nullptr);
+  ASSERT_NE(cancel, nullptr);
+  EXPECT_EQ(cancel->size(), (CGSize{50, 50}));
+  EXPECT_EQ(UIImage::imageNamed("cancel.png", plugin, nullptr), cancel);
+
+  // Names are exact: each bundle holds only its own files, and case matters.
+  EXPECT_EQ(UIImage::imageNamed("cancel.png"), nullptr);
+  EXPECT_EQ(UIImage::imageNamed("verygood.png", plugin, nullptr), nullptr);
+  EXPECT_NE(UIImage::imageNamed("veryGood.png", plugin, nullptr), nullptr);
+  EXPECT_EQ(UIImage::imageNamed("broken.png", plugin, nullptr), nullptr);
+  EXPECT_EQ(UIImage::imageNamed("../app/radio.png", plugin, nullptr), nullptr);
+}
+
+TEST(FontTest, OnlyKnownNamesResolve) {
+  const auto bold = UIFont::fontWithName("HelveticaNeue-Bold", 16);
+  ASSERT_NE(bold, nullptr);
+  EXPECT_EQ(bold->weight(), UIFontWeight::Bold);
+  EXPECT_EQ(bold->pointSize(), 16);
+  EXPECT_EQ(UIFont::fontWithName("HleveticaNeue-Medium", 16), nullptr);
+  EXPECT_EQ(UIFont::systemFontOfSize(17)->pointSize(), 17);
+}
+
+}  // namespace
+}  // namespace vlq::toolkit
