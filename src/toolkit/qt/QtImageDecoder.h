@@ -1,0 +1,28 @@
+#pragma once
+
+// Images decoded by Qt, pixels kept, ready to draw.
+
+#include <QImage>
+
+#include "toolkit/ImageDecoder.h"
+
+namespace vlq::toolkit::qt {
+
+// Decoded pixels in premultiplied ARGB, the format the renderer draws fastest.
+class QtDecodedImage : public DecodedImage {
+ public:
+  explicit QtDecodedImage(QImage image)
+      : DecodedImage(image.width(), image.height()), image_(std::move(image)) {}
+
+  const QImage& image() const { return image_; }
+
+ private:
+  QImage image_;
+};
+
+class QtImageDecoder : public ImageDecoder {
+ public:
+  std::shared_ptr<const DecodedImage> decode(const std::string& path) const override;
+};
+
+}  // namespace vlq::toolkit::qt
