@@ -1,0 +1,35 @@
+#include "toolkit/UIImageView.h"
+
+#include "toolkit/DrawingContext.h"
+
+namespace vlq::toolkit {
+
+UIImageView::UIImageView(CGRect frame) : UIView(frame) {
+  setUserInteractionEnabled(false);
+}
+
+UIImageView::UIImageView(std::shared_ptr<UIImage> image)
+    : UIImageView(image ? CGRect{{0, 0}, image->size()} : CGRectZero) {
+  image_ = std::move(image);
+}
+
+void UIImageView::setImage(std::shared_ptr<UIImage> image) {
+  if (image == image_) return;
+  const bool resized = !image || !image_ || image->size() != image_->size();
+  image_ = std::move(image);
+  if (!resized) return;
+  invalidateIntrinsicContentSize();
+  // A superview that places the image view itself (a button) places it again.
+  if (UIView* parent = superviewPointer()) parent->setNeedsLayout();
+}
+
+CGSize UIImageView::intrinsicContentSize() const {
+  if (!image_) return {UIViewNoIntrinsicMetric, UIViewNoIntrinsicMetric};
+  return image_->size();
+}
+
+void UIImageView::drawContent(DrawingContext& context) const {
+  if (image_) context.drawImage(*image_, bounds(), contentMode());
+}
+
+}  // namespace vlq::toolkit
