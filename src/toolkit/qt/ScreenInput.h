@@ -1,0 +1,54 @@
+#pragma once
+
+// Desktop input turned into the toolkit's: mouse buttons into one finger's touches, the wheel into
+// scrolls of the view under the pointer, keys and input-method text into the window's first
+// responder. Positions are window pixels (Qt's device-independent pixels), `scale` of them to a
+// point.
+
+#include <QKeyEvent>
+#include <QPointF>
+#include <QString>
+#include <memory>
+
+#include "toolkit/UIKeyInput.h"
+#include "toolkit/UIWindow.h"
+
+namespace vlq::toolkit::qt {
+
+class ScreenInput {
+ public:
+  // Points scrolled per wheel notch.
+  static constexpr double kPointsPerWheelStep = 40;
+
+  ScreenInput(std::shared_ptr<UIWindow> window, double scale);
+
+  CGPoint pointForPixel(QPointF pixel) const;
+
+  // The left button: down begins a touch, moves while down move it, up ends it. Each returns the
+  // view that holds the touch (null when none took it or no touch is down).
+  std::shared_ptr<UIView> mousePressed(QPointF pixel);
+  std::shared_ptr<UIView> mouseMoved(QPointF pixel);
+  std::shared_ptr<UIView> mouseReleased(QPointF pixel);
+
+  // Offers `delta` points of scrolling to the view under the pointer, then to each superview,
+  // until one takes it; false when none does.
+  bool scroll(QPointF pixel, CGPoint delta);
+  // A wheel event's scroll in points: pixel deltas (trackpads) as they are, notches as
+  // kPointsPerWheelStep each; turning the wheel away from the user scrolls up.
+  CGPoint wheelDelta(QPoint pixelDelta, QPoint angleDelta) const;
+
+  // The first responder when it takes text, or null.
+  UIKeyInput* keyInput() const;
+  // Typing, Backspace, Return and the paste shortcut (with the clipboard's text); true when the
+  // first responder took the key.
+  bool keyPressed(const QKeyEvent& event);
+  // Text from an input method (a composed character, a dictation).
+  bool textCommitted(const QString& text);
+
+ private:
+  std::shared_ptr<UIWindow> window_;
+  double scale_;
+  bool pressed_ = false;
+};
+
+}  // namespace vlq::toolkit::qt
