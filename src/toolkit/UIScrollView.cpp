@@ -40,10 +40,11 @@ void UIScrollView::setContentOffset(CGPoint offset, bool) {
   scrollViewDidScroll();
 }
 
-void UIScrollView::scrollBy(double dx, double dy) {
-  if (!scrollEnabled_) return;
-  const CGPoint offset = contentOffset();
-  setContentOffset({offset.x + dx, offset.y + dy});
+bool UIScrollView::scrollBy(CGPoint delta) {
+  if (!scrollEnabled_) return false;
+  const CGPoint before = contentOffset();
+  setContentOffset({before.x + delta.x, before.y + delta.y});
+  return contentOffset() != before;
 }
 
 void UIScrollView::touchesBegan(const UITouches& touches) {

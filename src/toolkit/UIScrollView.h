@@ -26,8 +26,9 @@ class UIScrollView : public UIView {
   // The largest offset the content allows on each axis (zero when the content fits).
   CGPoint maximumContentOffset() const;
   // Scrolls by a wheel or trackpad delta, in points; positive values reveal content further down
-  // and to the right.
-  void scrollBy(double dx, double dy);
+  // and to the right. Returns false when the content cannot move that way, so that the input
+  // backend offers the rest to an enclosing view.
+  bool scrollBy(CGPoint delta) override;
 
   bool isScrollEnabled() const { return scrollEnabled_; }
   void setScrollEnabled(bool enabled) { scrollEnabled_ = enabled; }

@@ -122,9 +122,13 @@ TEST(TableViewTest, ScrollingRecyclesCellsThroughTheReusePool) {
   EXPECT_EQ(screen.table->indexPathForCell(*first).has_value(), true);
   EXPECT_EQ(screen.table->headerViewForSection(0), nullptr);
 
-  // The offset never leaves the content.
+  // The offset never leaves the content; a wheel that cannot move it any further says so, so
+  // that the input backend offers it to an enclosing view.
   screen.table->setContentOffset({0, 99999});
   EXPECT_EQ(screen.table->contentOffset().y, 100 + 20 * 80 - 500);
+  EXPECT_FALSE(screen.table->scrollBy({0, 50}));
+  EXPECT_TRUE(screen.table->scrollBy({0, -50}));
+  EXPECT_EQ(screen.table->contentOffset().y, 100 + 20 * 80 - 550);
 
   std::string said;
   const auto previous = setDiagnosticSink([&](std::string_view line) { said = line; });
