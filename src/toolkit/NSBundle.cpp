@@ -25,9 +25,11 @@ std::shared_ptr<NSBundle> NSBundle::mainBundle() {
 }
 
 void NSBundle::setMainBundlePath(std::string path) {
-  auto bundle = std::make_shared<NSBundle>("main", std::move(path));
   std::lock_guard lock(registry().mutex);
-  registry().mainBundle = std::move(bundle);
+  // The same folder keeps the same bundle, so that its images keep their identity.
+  auto& current = registry().mainBundle;
+  if (current && current->bundlePath() == path) return;
+  current = std::make_shared<NSBundle>("main", std::move(path));
 }
 
 std::shared_ptr<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identifier) {
@@ -37,10 +39,13 @@ std::shared_ptr<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identi
 }
 
 std::shared_ptr<NSBundle> NSBundle::registerBundle(std::string identifier, std::string path) {
-  auto bundle = std::make_shared<NSBundle>(identifier, std::move(path));
   std::lock_guard lock(registry().mutex);
-  registry().byIdentifier[std::move(identifier)] = bundle;
-  return bundle;
+  auto& slot = registry().byIdentifier[identifier];
+  // Registering the same folder again keeps the bundle and the identity of its images.
+  if (!slot || slot->bundlePath() != path) {
+    slot = std::make_shared<NSBundle>(std::move(identifier), std::move(path));
+  }
+  return slot;
 }
 
 std::optional<std::string> NSBundle::pathForResource(std::string_view name) const {
