@@ -1,0 +1,91 @@
+#include "ui/VLQOtherOptionCell.h"
+
+#include "toolkit/NSLayoutConstraint.h"
+#include "ui/JsonText.h"
+#include "ui/didSelectOtherOption.h"
+
+namespace vlq::ui {
+
+using namespace toolkit;
+
+VLQOtherOptionCell::VLQOtherOptionCell(UITableViewCellStyle style, std::string reuseIdentifier)
+    : UITableViewCell(style, std::move(reuseIdentifier)) {
+  otherTextView_ = std::make_shared<UITextView>();
+  otherTextView_->setBackgroundColor(UIColor::whiteColor());
+  otherTextView_->setText(std::string(kInstructionText));
+
+  layer().setBorderWidth(1.0);
+  layer().setBorderColor(UIColor::lightTextColor());
+  layer().setCornerRadius(5.0);
+  otherTextView_->setDelegate(this);
+
+  auto card = std::make_shared<UIView>();
+  card->layer().setCornerRadius(5.0);
+  card->layer().setBackgroundColor(kCardColor);
+  card->layer().setBorderWidth(1.0);
+  card->setTranslatesAutoresizingMaskIntoConstraints(false);
+  addSubview(card);
+  NSLayoutConstraint::activateConstraints({
+      card->leadingAnchor().constraintEqualToAnchor(leadingAnchor(), 10.0),
+      card->trailingAnchor().constraintEqualToAnchor(trailingAnchor(), -10.0),
+      card->topAnchor().constraintEqualToAnchor(topAnchor(), 10.0),
+      card->bottomAnchor().constraintEqualToAnchor(bottomAnchor(), -10.0),
+  });
+
+  otherTextView_->setTranslatesAutoresizingMaskIntoConstraints(false);
+  card->addSubview(otherTextView_);
+  NSLayoutConstraint::activateConstraints({
+      otherTextView_->leadingAnchor().constraintEqualToAnchor(card->leadingAnchor(), 20.0),
+      otherTextView_->trailingAnchor().constraintEqualToAnchor(card->trailingAnchor(), -20.0),
+      otherTextView_->topAnchor().constraintEqualToAnchor(card->topAnchor(), 20.0),
+      otherTextView_->bottomAnchor().constraintEqualToAnchor(card->bottomAnchor(), -20.0),
+  });
+  setSelectionStyle(UITableViewCellSelectionStyle::None);
+}
+
+std::shared_ptr<VLQOtherOptionCell> VLQOtherOptionCell::initWithStyle(UITableViewCellStyle style,
+                                                                      std::string reuseIdentifier) {
+  return std::make_shared<VLQOtherOptionCell>(style, std::move(reuseIdentifier));
+}
+
+void VLQOtherOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& choice) {
+  otherTextView_->setText(choice ? displayText(choice->surveyValue()) : std::nullopt);
+}
+
+std::optional<bool> VLQOtherOptionCell::textViewShouldBeginEditing(UITextView& textView) {
+  // Every start of editing clears the field, whatever it held.
+  textView.setText(std::string());
+  textView.setTextColor(UIColor::blackColor());
+  return true;
+}
+
+std::optional<bool> VLQOtherOptionCell::shouldChangeTextInRange(UITextView& textView, NSRange,
+                                                                const std::string& replacement) {
+  // Return finishes the answer instead of starting a new line; a pasted text keeps its newlines.
+  if (replacement == "\n") {
+    textView.resignFirstResponder();
+    return false;
+  }
+  return true;
+}
+
+void VLQOtherOptionCell::textViewDidChange(UITextView& textView) {
+  if (!textView.text().empty()) return;
+  textView.setTextColor(UIColor::lightGrayColor());
+  textView.resignFirstResponder();
+}
+
+std::optional<bool> VLQOtherOptionCell::textViewShouldEndEditing(UITextView& textView) {
+  if (textView.text().empty()) {
+    textView.setTextColor(UIColor::lightGrayColor());
+    textView.resignFirstResponder();
+  }
+  if (auto* receiver = dynamic_cast<didSelectOtherOption*>(delegate_.get())) {
+    // The delegate is held for the call: it may replace itself.
+    const auto keepAlive = delegate_;
+    receiver->didTapOtherCell(textView.text());
+  }
+  return true;
+}
+
+}  // namespace vlq::ui

@@ -1,0 +1,27 @@
+#pragma once
+
+// The five buttons of a rating row, in level order: the button at index i has level i and shows
+// that level's unselected image.
+
+#include <memory>
+#include <vector>
+
+#include "toolkit/NSObject.h"
+#include "ui/VLQRatingButton.h"
+
+namespace vlq::ui {
+
+class VLQRatingButtons : public toolkit::NSObject {
+ public:
+  static std::shared_ptr<VLQRatingButtons> init();
+
+  const std::vector<std::shared_ptr<VLQRatingButton>>& buttons() const { return buttons_; }
+  void setButtons(std::vector<std::shared_ptr<VLQRatingButton>> buttons) {
+    buttons_ = std::move(buttons);
+  }
+
+ private:
+  std::vector<std::shared_ptr<VLQRatingButton>> buttons_;
+};
+
+}  // namespace vlq::ui

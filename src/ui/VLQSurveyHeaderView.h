@@ -1,0 +1,36 @@
+#pragma once
+
+// The section header of the survey table: the current question's title in one bold, centred
+// line. The label is pinned with +5 on all four edges, so it starts 5 points in from the left and
+// top and runs 5 points past the right and bottom: the title sits 5 points right of the middle.
+
+#include <memory>
+
+#include "model/VLQQuestionModel.h"
+#include "toolkit/UILabel.h"
+#include "toolkit/UIView.h"
+
+namespace vlq::ui {
+
+class VLQSurveyHeaderView : public toolkit::UIView {
+ public:
+  VLQSurveyHeaderView() : VLQSurveyHeaderView(toolkit::CGRectZero) {}
+  explicit VLQSurveyHeaderView(toolkit::CGRect frame);
+  static std::shared_ptr<VLQSurveyHeaderView> initWithFrame(toolkit::CGRect frame);
+
+  // Shows the question's title (none: an empty label).
+  void enableWithData(const std::shared_ptr<VLQQuestionModel>& question);
+
+  const std::shared_ptr<toolkit::UILabel>& questionsLabel() const { return questionsLabel_; }
+  void setQuestionsLabel(std::shared_ptr<toolkit::UILabel> label) {
+    questionsLabel_ = std::move(label);
+  }
+
+  // Shown until a question replaces it.
+  static constexpr std::string_view kPlaceholderTitle = "VLQSURVEY";
+
+ private:
+  std::shared_ptr<toolkit::UILabel> questionsLabel_;
+};
+
+}  // namespace vlq::ui

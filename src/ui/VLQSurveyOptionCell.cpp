@@ -1,0 +1,91 @@
+#include "ui/VLQSurveyOptionCell.h"
+
+#include "host/VLQSurveyConstants.h"
+#include "toolkit/NSLayoutConstraint.h"
+#include "toolkit/UIFont.h"
+#include "toolkit/UIImage.h"
+#include "ui/JsonText.h"
+
+namespace vlq::ui {
+
+using namespace toolkit;
+
+namespace {
+
+// The font the row asks for. The name is misspelt, so no such font exists and the label keeps
+// the toolkit's default font; the request is made all the same.
+constexpr std::string_view kOptionFontName = "HleveticaNeue-Medium";
+constexpr double kOptionFontSize = 16.0;
+
+}  // namespace
+
+VLQSurveyOptionCell::VLQSurveyOptionCell(UITableViewCellStyle style, std::string reuseIdentifier)
+    : UITableViewCell(style, std::move(reuseIdentifier)) {
+  bgView_ = std::make_shared<UIView>();
+  bgView_->setTranslatesAutoresizingMaskIntoConstraints(false);
+  bgView_->layer().setBorderColor(UIColor::lightGrayColor());
+  bgView_->layer().setBorderWidth(2.0);
+  setSelectionStyle(UITableViewCellSelectionStyle::None);
+  bgView_->setBackgroundColor(UIColor::whiteColor());
+  addSubview(bgView_);
+
+  smileyImageView_ = std::make_shared<UIImageView>();
+  smileyImageView_->setTranslatesAutoresizingMaskIntoConstraints(false);
+  smileyImageView_->setImage(UIImage::imageNamed(kRadioImageString));
+  bgView_->addSubview(smileyImageView_);
+
+  optionLabel_ = std::make_shared<UILabel>();
+  optionLabel_->setTranslatesAutoresizingMaskIntoConstraints(false);
+  // A font that does not exist leaves the label's font as it is.
+  if (auto font = UIFont::fontWithName(kOptionFontName, kOptionFontSize)) {
+    optionLabel_->setFont(std::move(font));
+  }
+  optionLabel_->setTextColor(kFreshTextColor);
+  optionLabel_->setText("Execeded Expectations");
+  optionLabel_->setUserInteractionEnabled(false);
+  bgView_->addSubview(optionLabel_);
+
+  NSLayoutConstraint::activateConstraints({
+      smileyImageView_->heightAnchor().constraintEqualToConstant(25.0),
+      smileyImageView_->widthAnchor().constraintEqualToConstant(25.0),
+      smileyImageView_->leadingAnchor().constraintEqualToAnchor(bgView_->leadingAnchor(), 15.0),
+      smileyImageView_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
+      optionLabel_->leadingAnchor().constraintEqualToAnchor(smileyImageView_->trailingAnchor(),
+                                                            15.0),
+      optionLabel_->trailingAnchor().constraintEqualToAnchor(bgView_->trailingAnchor(), -5.0),
+      optionLabel_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
+      bgView_->leadingAnchor().constraintEqualToAnchor(leadingAnchor(), 10.0),
+      bgView_->trailingAnchor().constraintEqualToAnchor(trailingAnchor(), -10.0),
+      bgView_->topAnchor().constraintEqualToAnchor(topAnchor(), 10.0),
+      bgView_->bottomAnchor().constraintEqualToAnchor(bottomAnchor(), -10.0),
+  });
+  bgView_->layer().setCornerRadius(5.0);
+}
+
+std::shared_ptr<VLQSurveyOptionCell> VLQSurveyOptionCell::initWithStyle(
+    UITableViewCellStyle style, std::string reuseIdentifier) {
+  return std::make_shared<VLQSurveyOptionCell>(style, std::move(reuseIdentifier));
+}
+
+void VLQSurveyOptionCell::setSelected(bool selected) {
+  if (selected) {
+    bgView_->setBackgroundColor(kSelectedCardColor);
+    bgView_->layer().setBorderColor(UIColor::whiteColor());
+    optionLabel_->setTextColor(UIColor::whiteColor());
+    // The cell's own layer, not the card's.
+    layer().setBorderColor(UIColor::clearColor());
+    smileyImageView_->setImage(UIImage::imageNamed(kRadioHighLightString));
+  } else {
+    bgView_->layer().setBorderColor(UIColor::lightGrayColor());
+    bgView_->layer().setBorderWidth(2.0);
+    optionLabel_->setTextColor(kUnselectedTextColor);
+    bgView_->setBackgroundColor(UIColor::whiteColor());
+    smileyImageView_->setImage(UIImage::imageNamed(kRadioImageString));
+  }
+}
+
+void VLQSurveyOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& choice) {
+  optionLabel_->setText(choice ? displayText(choice->surveyValue()) : std::nullopt);
+}
+
+}  // namespace vlq::ui

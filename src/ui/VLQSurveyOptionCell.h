@@ -1,0 +1,48 @@
+#pragma once
+
+// The table row of one answer choice: a rounded card with a radio mark and the choice's text.
+// The row keeps no answer state: its look is that of the last setSelected it received, or the
+// fresh look when it has received none.
+
+#include <memory>
+#include <string>
+
+#include "model/VLQChoiceModel.h"
+#include "toolkit/UIImageView.h"
+#include "toolkit/UILabel.h"
+#include "toolkit/UITableViewCell.h"
+
+namespace vlq::ui {
+
+class VLQSurveyOptionCell : public toolkit::UITableViewCell {
+ public:
+  VLQSurveyOptionCell(toolkit::UITableViewCellStyle style, std::string reuseIdentifier);
+  static std::shared_ptr<VLQSurveyOptionCell> initWithStyle(toolkit::UITableViewCellStyle style,
+                                                            std::string reuseIdentifier);
+
+  // Restyles the card, the text and the radio mark. It replaces the cell's own selected-state
+  // handling: the base cell never hears of it.
+  void setSelected(bool selected) override;
+  // Shows the choice's text; nothing else changes.
+  void enableWithData(const std::shared_ptr<VLQChoiceModel>& choice);
+
+  const std::shared_ptr<toolkit::UILabel>& optionLabel() const { return optionLabel_; }
+  void setOptionLabel(std::shared_ptr<toolkit::UILabel> label) { optionLabel_ = std::move(label); }
+  const std::shared_ptr<toolkit::UIView>& bgView() const { return bgView_; }
+  void setBgView(std::shared_ptr<toolkit::UIView> view) { bgView_ = std::move(view); }
+  const std::shared_ptr<toolkit::UIImageView>& smileyImageView() const { return smileyImageView_; }
+  void setSmileyImageView(std::shared_ptr<toolkit::UIImageView> view) {
+    smileyImageView_ = std::move(view);
+  }
+
+  static constexpr toolkit::UIColor kSelectedCardColor = toolkit::UIColor::rgb255(209, 76, 86);
+  static constexpr toolkit::UIColor kFreshTextColor = toolkit::UIColor::rgb255(135, 135, 135);
+  static constexpr toolkit::UIColor kUnselectedTextColor = toolkit::UIColor::rgb255(173, 173, 173);
+
+ private:
+  std::shared_ptr<toolkit::UILabel> optionLabel_;
+  std::shared_ptr<toolkit::UIView> bgView_;
+  std::shared_ptr<toolkit::UIImageView> smileyImageView_;
+};
+
+}  // namespace vlq::ui

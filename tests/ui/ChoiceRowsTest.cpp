@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "toolkit/UIImage.h"
+#include "ui/UiTestSupport.h"
+#include "ui/VLQOtherOptionCell.h"
+#include "ui/VLQSurveyOptionCell.h"
+#include "ui/didSelectOtherOption.h"
+
+namespace vlq::ui {
+namespace {
+
+using namespace toolkit;
+
+std::shared_ptr<VLQChoiceModel> choiceWithText(Json text) {
+  auto choice = std::make_shared<VLQChoiceModel>();
+  choice->setSurveyValue(std::move(text));
+  return choice;
+}
+
+TEST(OptionRowTest, TheCardAndItsLooks) {
+  test::useProjectBundles();
+  auto row = VLQSurveyOptionCell::initWithStyle(UITableViewCellStyle::Default, "optionCell");
+  const auto window = test::showInWindow(row, CGRectMake(0, 0, 370, 80));
+  EXPECT_EQ(row->bgView()->frame(), CGRectMake(10, 10, 350, 60));
+  EXPECT_EQ(row->smileyImageView()->frame(), CGRectMake(15, 17.5, 25, 25));
+  EXPECT_EQ(row->optionLabel()->frame().minX(), 55);
+  EXPECT_EQ(row->optionLabel()->frame().maxX(), 345);
+
+  // Fresh: the sample text in 135 grey on a white card with a light grey border; the misspelt
+  // font does not exist, so the label keeps the default font.
+  EXPECT_EQ(row->optionLabel()->text(), "Execeded Expectations");
+  EXPECT_EQ(row->optionLabel()->textColor(), VLQSurveyOptionCell::kFreshTextColor);
+  EXPECT_EQ(row->optionLabel()->font()->pointSize(), UILabel::kDefaultFontSize);
+  EXPECT_EQ(row->bgView()->backgroundColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->bgView()->layer().borderColor(), UIColor::lightGrayColor());
+  EXPECT_EQ(row->bgView()->layer().borderWidth(), 2.0);
+  EXPECT_EQ(row->bgView()->layer().cornerRadius(), 5.0);
+  EXPECT_EQ(row->smileyImageView()->image(), UIImage::imageNamed("radio.png"));
+  EXPECT_EQ(row->selectionStyle(), UITableViewCellSelectionStyle::None);
+
+  // Selected twice looks as selected once; the text changes alone on a selected row.
+  row->setSelected(true);
+  row->setSelected(true);
+  row->enableWithData(choiceWithText("Fast delivery"));
+  EXPECT_EQ(row->optionLabel()->text(), "Fast delivery");
+  EXPECT_EQ(row->bgView()->backgroundColor(), VLQSurveyOptionCell::kSelectedCardColor);
+  EXPECT_EQ(row->bgView()->layer().borderColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->optionLabel()->textColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->layer().borderColor(), UIColor::clearColor());
+  EXPECT_EQ(row->smileyImageView()->image(), UIImage::imageNamed("radioHighlight.png"));
+  // The base cell never hears of it.
+  EXPECT_FALSE(row->isSelected());
+
+  // Deselected once, the text is lighter than on a fresh row.
+  row->setSelected(false);
+  EXPECT_EQ(row->optionLabel()->textColor(), VLQSurveyOptionCell::kUnselectedTextColor);
+  EXPECT_EQ(row->bgView()->backgroundColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->smileyImageView()->image(), UIImage::imageNamed("radio.png"));
+
+  row->enableWithData(choiceWithText(nullptr));
+  EXPECT_FALSE(row->optionLabel()->text().has_value());
+}
+
+// Records what the Other row reports.
+class TextRecorder : public NSObject, public didSelectOtherOption {
+ public:
+  void didTapOtherCell(const std::optional<std::string>& text) override { reports.push_back(text); }
+  std::vector<std::optional<std::string>> reports;
+};
+
+class OtherRowTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    test::useProjectBundles();
+    row = VLQOtherOptionCell::initWithStyle(UITableViewCellStyle::Default, "otherCell");
+    window = test::showInWindow(row, CGRectMake(0, 0, 370, 80));
+    row->setDelegate(recorder);
+  }
+  UITextView& field() const { return *row->otherTextView(); }
+  void beginEditing() const { ASSERT_TRUE(window->tapView(field())); }
+
+  std::shared_ptr<VLQOtherOptionCell> row;
+  std::shared_ptr<TextRecorder> recorder = std::make_shared<TextRecorder>();
+  std::shared_ptr<UIWindow> window;
+};
+
+TEST_F(OtherRowTest, AFreshRowShowsTheInstructionAndReportsNothing) {
+  EXPECT_EQ(field().superview()->frame(), CGRectMake(10, 10, 350, 60));
+  EXPECT_EQ(field().frame(), CGRectMake(20, 20, 310, 20));
+  EXPECT_EQ(field().text(), VLQOtherOptionCell::kInstructionText);
+  EXPECT_EQ(field().delegate(), row);
+  EXPECT_EQ(row->layer().borderColor(), UIColor::lightTextColor());
+  EXPECT_EQ(field().superview()->backgroundColor(), VLQOtherOptionCell::kCardColor);
+  EXPECT_TRUE(recorder->reports.empty());
+  EXPECT_FALSE(row->isEnabled());
+
+  row->enableWithData(choiceWithText("Something else"));
+  EXPECT_EQ(field().text(), "Something else");
+}
+
+TEST_F(OtherRowTest, ReturnFinishesAndEveryEndOfEditingReportsTheText) {
+  beginEditing();
+  EXPECT_TRUE(field().isFirstResponder());
+  EXPECT_EQ(field().text(), "");
+  EXPECT_EQ(field().textColor(), UIColor::blackColor());
+  field().insertText("abc");
+  field().insertText("\n");
+  EXPECT_FALSE(field().isFirstResponder());
+  EXPECT_EQ(field().text(), "abc");
+
+  // Touching the field again empties it; leaving it reports the empty text.
+  beginEditing();
+  EXPECT_EQ(field().text(), "");
+  field().insertText("\n");
+
+  // Deleting the last character ends editing at once.
+  beginEditing();
+  field().insertText("x");
+  field().deleteBackward();
+  EXPECT_FALSE(field().isFirstResponder());
+  EXPECT_EQ(field().textColor(), UIColor::lightGrayColor());
+
+  EXPECT_EQ(recorder->reports, (std::vector<std::optional<std::string>>{"abc", "", ""}));
+}
+
+TEST_F(OtherRowTest, APastedNewlineStaysAndAnUnlisteningDelegateChangesNothing) {
+  beginEditing();
+  field().paste("a\nb");
+  EXPECT_EQ(field().text(), "a\nb");
+  EXPECT_TRUE(field().isFirstResponder());
+
+  row->setDelegate(std::make_shared<NSObject>());
+  field().insertText("\n");
+  EXPECT_FALSE(field().isFirstResponder());
+  EXPECT_EQ(field().text(), "a\nb");
+  EXPECT_TRUE(recorder->reports.empty());
+}
+
+}  // namespace
+}  // namespace vlq::ui
