@@ -1,20 +1,33 @@
-// Times one survey page on the Qt backend: building its ~60 views with their constraints, the
-// layout pass, and painting it offscreen at the screen's 3 pixels per point. Prints one line of
-// medians over many runs:
+// Times one survey page on the Qt backend: building its views (45 of them) with their constraints,
+// the layout pass, and painting it offscreen at the screen's 3 pixels per point. The page is made
+// of the toolkit's own controls (labels, buttons, image views, a progress bar, stack views and a
+// text view), so the numbers include what those cost: their intrinsic sizes, the constraints the
+// stack views make, the buttons laying out their parts. Prints one line of medians over many runs:
 //   page-render views=N build_ms=A layout_ms=B render_ms=C total_ms=T frame_ratio=R
-// where R is the total against a 120 Hz frame (8.33 ms). `--png PATH` also writes the page.
+// where N counts every view in the window (the window included, and the parts each button makes),
+// and R is the total against a 120 Hz frame (8.33 ms). `--png PATH` also writes the page.
 
+#include <QColor>
+#include <QImage>
+#include <QPainter>
+#include <QPen>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "toolkit/DrawingContext.h"
-#include "toolkit/TextMeasurer.h"
+#include "toolkit/UIButton.h"
+#include "toolkit/UIImageView.h"
+#include "toolkit/UILabel.h"
+#include "toolkit/UIProgressView.h"
+#include "toolkit/UIStackView.h"
+#include "toolkit/UITextView.h"
 #include "toolkit/UIWindow.h"
 #include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/WindowRenderer.h"
@@ -29,84 +42,79 @@ constexpr UIColor kMuted = UIColor::rgb255(108, 117, 125);
 constexpr UIColor kLine = UIColor::rgb255(222, 226, 230);
 constexpr UIColor kPaper = UIColor::rgb255(248, 249, 250);
 
-// A one-line (or fixed-height multi-line) label: text drawn through the drawing context, sized
-// by the installed text measurer.
-class Label : public UIView {
- public:
-  Label(std::string text, const char* fontName, double size, UIColor color,
-        NSTextAlignment alignment = NSTextAlignment::Natural, int lines = 1)
-      : text_(std::move(text)),
-        font_(UIFont::fontWithName(fontName, size)),
-        color_(color),
-        alignment_(alignment),
-        lines_(lines) {
-    if (!font_) font_ = UIFont::systemFontOfSize(size);
-  }
-  CGSize intrinsicContentSize() const override {
-    if (lines_ != 1) return {UIViewNoIntrinsicMetric, UIViewNoIntrinsicMetric};
-    const CGSize size = TextMeasurer::current()->sizeOfLine(text_, *font_);
-    return {std::ceil(size.width), std::ceil(size.height)};
-  }
-  void drawContent(DrawingContext& context) const override {
-    context.drawText(text_, bounds(), *font_, color_, alignment_, NSLineBreakMode::ByTruncatingTail,
-                     lines_);
-  }
-
- private:
-  std::string text_;
-  std::shared_ptr<const UIFont> font_;
-  UIColor color_;
-  NSTextAlignment alignment_;
-  int lines_;
+// The page's images, loaded once as a bundle would cache them.
+struct Images {
+  std::shared_ptr<UIImage> radioOff;
+  std::shared_ptr<UIImage> radioOn;
+  std::shared_ptr<UIImage> close;
 };
 
-// A radio button's circle, filled when selected.
-class Radio : public UIView {
- public:
-  explicit Radio(bool selected) : selected_(selected) {}
-  void drawContent(DrawingContext& context) const override {
-    const CGRect b = bounds();
-    context.strokeRect(b, selected_ ? kAccent : kMuted, 2, b.width() / 2);
-    if (selected_) context.fillRect(CGRectMake(6, 6, b.width() - 12, b.height() - 12), kAccent, 6);
+QColor qtColor(UIColor color) {
+  return QColor::fromRgbF(static_cast<float>(color.red()), static_cast<float>(color.green()),
+                          static_cast<float>(color.blue()), static_cast<float>(color.alpha()));
+}
+
+// Draws a 24-point image at 3 pixels per point, writes it as a PNG in `folder` and loads it back
+// through the toolkit, as the plug-in loads its bundle's @3x images.
+std::shared_ptr<UIImage> makeImage(const QTemporaryDir& folder, const char* name,
+                                   const std::function<void(QPainter&)>& draw) {
+  QImage pixels(72, 72, QImage::Format_ARGB32_Premultiplied);
+  pixels.fill(Qt::transparent);
+  {
+    QPainter painter(&pixels);
+    painter.setRenderHint(QPainter::Antialiasing);
+    draw(painter);
   }
+  const QString path = folder.filePath(QString::fromUtf8(name) + QStringLiteral("@3x.png"));
+  if (!pixels.save(path, "PNG")) return nullptr;
+  return UIImage::imageWithContentsOfFile(path.toStdString(), 3);
+}
 
- private:
-  bool selected_;
-};
+std::optional<Images> makeImages(const QTemporaryDir& folder) {
+  const auto ring = [](QPainter& painter, UIColor color) {
+    painter.setPen(QPen(qtColor(color), 6));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(QRectF(3, 3, 66, 66));
+  };
+  Images images;
+  images.radioOff =
+      makeImage(folder, "radio-off", [&](QPainter& painter) { ring(painter, kMuted); });
+  images.radioOn = makeImage(folder, "radio-on", [&](QPainter& painter) {
+    ring(painter, kAccent);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(qtColor(kAccent));
+    painter.drawEllipse(QRectF(18, 18, 36, 36));
+  });
+  images.close = makeImage(folder, "close", [](QPainter& painter) {
+    painter.setPen(QPen(qtColor(kMuted), 5, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(QPointF(18, 18), QPointF(54, 54));
+    painter.drawLine(QPointF(54, 18), QPointF(18, 54));
+  });
+  if (!images.radioOff || !images.radioOn || !images.close) return std::nullopt;
+  return images;
+}
 
-// A close cross.
-class Cross : public UIView {
- public:
-  void drawContent(DrawingContext& context) const override {
-    const CGRect b = bounds();
-    for (double i = 0; i < b.width(); i += 1) {
-      context.fillRect(CGRectMake(i, i, 1.5, 1.5), kMuted, 0);
-      context.fillRect(CGRectMake(b.width() - i - 1.5, i, 1.5, 1.5), kMuted, 0);
-    }
-  }
-};
-
-struct Page {
-  std::shared_ptr<UIWindow> window;
-  int views = 0;
-};
+std::shared_ptr<const UIFont> font(const char* name, double size) {
+  auto found = UIFont::fontWithName(name, size);
+  return found ? found : UIFont::systemFontOfSize(size);
+}
 
 template <class View, class... Args>
-std::shared_ptr<View> add(UIView& parent, Page& page, Args&&... args) {
+std::shared_ptr<View> add(UIView& parent, Args&&... args) {
   auto view = std::make_shared<View>(std::forward<Args>(args)...);
   view->setTranslatesAutoresizingMaskIntoConstraints(false);
   parent.addSubview(view);
-  ++page.views;
   return view;
 }
 
-void pin(UIView& view, UIView& to, UIEdgeInsets insets) {
-  view.leadingAnchor().constraintEqualToAnchor(to.leadingAnchor(), insets.left)->setActive(true);
-  view.trailingAnchor()
-      .constraintEqualToAnchor(to.trailingAnchor(), -insets.right)
-      ->setActive(true);
-  view.topAnchor().constraintEqualToAnchor(to.topAnchor(), insets.top)->setActive(true);
-  view.bottomAnchor().constraintEqualToAnchor(to.bottomAnchor(), -insets.bottom)->setActive(true);
+std::shared_ptr<UILabel> label(const std::string& text, const char* fontName, double size,
+                               UIColor color) {
+  auto view = std::make_shared<UILabel>();
+  view->setTranslatesAutoresizingMaskIntoConstraints(false);
+  view->setText(text);
+  view->setFont(font(fontName, size));
+  view->setTextColor(color);
+  return view;
 }
 
 void size(UIView& view, double width, double height) {
@@ -114,177 +122,170 @@ void size(UIView& view, double width, double height) {
   if (height >= 0) view.heightAnchor().constraintEqualToConstant(height)->setActive(true);
 }
 
-std::shared_ptr<UIView> button(UIView& parent, Page& page, const std::string& title, bool primary) {
-  auto control = add<UIView>(parent, page);
-  control->setBackgroundColor(primary ? kAccent : UIColor::whiteColor());
-  control->layer().setCornerRadius(10);
-  control->layer().setBorderWidth(primary ? 0 : 1);
-  control->layer().setBorderColor(kLine);
-  control->layer().setShadowOpacity(0.25);
-  control->layer().setShadowOffset({0, 2});
-  control->layer().setShadowRadius(0);
-  auto label = add<Label>(*control, page, title, "HelveticaNeue-Bold", 17,
-                          primary ? UIColor::whiteColor() : kAccent, NSTextAlignment::Center);
-  label->centerXAnchor().constraintEqualToAnchor(control->centerXAnchor())->setActive(true);
-  label->centerYAnchor().constraintEqualToAnchor(control->centerYAnchor())->setActive(true);
-  size(*control, -1, 50);
-  return control;
+void pinSides(UIView& view, UIView& to, double inset) {
+  view.leadingAnchor().constraintEqualToAnchor(to.leadingAnchor(), inset)->setActive(true);
+  view.trailingAnchor().constraintEqualToAnchor(to.trailingAnchor(), -inset)->setActive(true);
 }
 
-Page buildPage() {
-  Page page;
-  page.window = std::make_shared<UIWindow>();
-  page.views = 1;
-  UIWindow& window = *page.window;
-  window.setBackgroundColor(UIColor::whiteColor());
-  window.makeKeyAndVisible();
-  UILayoutGuide& safe = window.safeAreaLayoutGuide();
+void addShadow(UIView& view, double opacity, double offset, double radius) {
+  view.layer().setShadowOpacity(opacity);
+  view.layer().setShadowOffset({0, offset});
+  view.layer().setShadowRadius(radius);
+}
 
-  auto root = add<UIView>(window, page);
+std::shared_ptr<UIButton> pageButton(const std::string& title, bool primary) {
+  auto button = std::make_shared<UIButton>();
+  button->setTitle(title, UIControlState::Normal);
+  button->setTitleColor(primary ? UIColor::whiteColor() : kAccent, UIControlState::Normal);
+  button->setTitleColor(primary ? UIColor::whiteColor().colorWithAlphaComponent(0.6) : kMuted,
+                        UIControlState::Highlighted);
+  button->titleLabel()->setFont(font("HelveticaNeue-Bold", 17));
+  button->setBackgroundColor(primary ? kAccent : UIColor::whiteColor());
+  button->layer().setCornerRadius(10);
+  button->layer().setBorderWidth(primary ? 0 : 1);
+  button->layer().setBorderColor(kLine);
+  addShadow(*button, 0.25, 2, 0);
+  return button;
+}
+
+std::size_t countViews(const UIView& view) {
+  std::size_t count = 1;
+  for (const auto& subview : view.subviews())
+    count += countViews(*subview);
+  return count;
+}
+
+std::shared_ptr<UIWindow> buildPage(const Images& images) {
+  auto window = std::make_shared<UIWindow>();
+  window->setBackgroundColor(UIColor::whiteColor());
+  window->makeKeyAndVisible();
+  UILayoutGuide& safe = window->safeAreaLayoutGuide();
+
+  auto root = add<UIView>(*window);
   root->setBackgroundColor(kPaper);
-  pin(*root, window, {});
+  pinSides(*root, *window, 0);
+  root->topAnchor().constraintEqualToAnchor(window->topAnchor())->setActive(true);
+  root->bottomAnchor().constraintEqualToAnchor(window->bottomAnchor())->setActive(true);
 
-  // Header: close button, title, progress bar, step dots.
-  auto header = add<UIView>(*root, page);
+  // Header: close button, title, progress bar, step label and step dots.
+  auto header = add<UIView>(*root);
   header->setBackgroundColor(UIColor::whiteColor());
-  header->layer().setShadowOpacity(0.08);
-  header->layer().setShadowOffset({0, 1});
-  header->layer().setShadowRadius(4);
-  header->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor())->setActive(true);
-  header->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor())->setActive(true);
+  addShadow(*header, 0.08, 1, 4);
+  pinSides(*header, *root, 0);
   header->topAnchor().constraintEqualToAnchor(root->topAnchor())->setActive(true);
   header->bottomAnchor().constraintEqualToAnchor(safe.topAnchor(), 120)->setActive(true);
-  auto close = add<UIView>(*header, page);
-  size(*close, 32, 32);
-  close->layer().setCornerRadius(16);
+  auto close = add<UIButton>(*header);
+  close->setImage(images.close, UIControlState::Normal);
   close->setBackgroundColor(kPaper);
+  close->layer().setCornerRadius(16);
+  size(*close, 32, 32);
+  close->imageView()->setContentMode(UIViewContentMode::ScaleAspectFit);
   close->trailingAnchor().constraintEqualToAnchor(header->trailingAnchor(), -16)->setActive(true);
   close->topAnchor().constraintEqualToAnchor(safe.topAnchor(), 8)->setActive(true);
-  auto cross = add<Cross>(*close, page);
-  pin(*cross, *close, {10, 10, 10, 10});
-  auto title =
-      add<Label>(*header, page, "How was your visit today?", "HelveticaNeue-Bold", 22, kInk);
+  auto title = label("How was your visit today?", "HelveticaNeue-Bold", 22, kInk);
+  header->addSubview(title);
   title->leadingAnchor().constraintEqualToAnchor(header->leadingAnchor(), 20)->setActive(true);
   title->trailingAnchor()
       .constraintLessThanOrEqualToAnchor(close->leadingAnchor(), -8)
       ->setActive(true);
   title->topAnchor().constraintEqualToAnchor(close->bottomAnchor(), 8)->setActive(true);
-  auto track = add<UIView>(*header, page);
-  track->setBackgroundColor(kLine);
-  track->layer().setCornerRadius(3);
-  track->setClipsToBounds(true);
-  track->leadingAnchor().constraintEqualToAnchor(header->leadingAnchor(), 20)->setActive(true);
-  track->trailingAnchor().constraintEqualToAnchor(header->trailingAnchor(), -20)->setActive(true);
-  track->topAnchor().constraintEqualToAnchor(title->bottomAnchor(), 14)->setActive(true);
-  size(*track, -1, 6);
-  auto fill = add<UIView>(*track, page);
-  fill->setBackgroundColor(kAccent);
-  fill->leadingAnchor().constraintEqualToAnchor(track->leadingAnchor())->setActive(true);
-  fill->topAnchor().constraintEqualToAnchor(track->topAnchor())->setActive(true);
-  fill->bottomAnchor().constraintEqualToAnchor(track->bottomAnchor())->setActive(true);
-  fill->widthAnchor()
-      .constraintEqualToAnchor(track->widthAnchor(), Multiplier{0.4})
-      ->setActive(true);
-  auto step = add<Label>(*header, page, "Question 2 of 5", "HelveticaNeue-Medium", 13, kMuted);
-  step->leadingAnchor().constraintEqualToAnchor(track->leadingAnchor())->setActive(true);
-  step->topAnchor().constraintEqualToAnchor(track->bottomAnchor(), 8)->setActive(true);
-  std::shared_ptr<UIView> previousDot;
+  auto progress = add<UIProgressView>(*header);
+  progress->setProgress(0.4f);
+  progress->setProgressTintColor(kAccent);
+  progress->setTrackTintColor(kLine);
+  pinSides(*progress, *header, 20);
+  progress->topAnchor().constraintEqualToAnchor(title->bottomAnchor(), 14)->setActive(true);
+  auto step = label("Question 2 of 5", "HelveticaNeue-Medium", 13, kMuted);
+  header->addSubview(step);
+  step->leadingAnchor().constraintEqualToAnchor(progress->leadingAnchor())->setActive(true);
+  step->topAnchor().constraintEqualToAnchor(progress->bottomAnchor(), 8)->setActive(true);
+  auto dots = add<UIStackView>(*header);
+  dots->setSpacing(6);
   for (int i = 0; i < 5; ++i) {
-    auto dot = add<UIView>(*header, page);
+    auto dot = std::make_shared<UIView>();
     dot->setBackgroundColor(i < 2 ? kAccent : kLine);
     dot->layer().setCornerRadius(4);
+    dots->addArrangedSubview(dot);
     size(*dot, 8, 8);
-    dot->centerYAnchor().constraintEqualToAnchor(step->centerYAnchor())->setActive(true);
-    if (previousDot) {
-      dot->leadingAnchor()
-          .constraintEqualToAnchor(previousDot->trailingAnchor(), 6)
-          ->setActive(true);
-    } else {
-      dot->leadingAnchor()
-          .constraintGreaterThanOrEqualToAnchor(step->trailingAnchor(), 12)
-          ->setActive(true);
-    }
-    if (i == 4) {
-      dot->trailingAnchor().constraintEqualToAnchor(track->trailingAnchor())->setActive(true);
-    }
-    previousDot = dot;
   }
+  dots->trailingAnchor().constraintEqualToAnchor(progress->trailingAnchor())->setActive(true);
+  dots->centerYAnchor().constraintEqualToAnchor(step->centerYAnchor())->setActive(true);
 
-  // The question and five choices, each a card with a radio and a label.
-  auto question = add<Label>(*root, page,
-                             "Which part of the visit did you like the most? Pick the one that "
-                             "stood out.",
-                             "HelveticaNeue-Medium", 17, kInk, NSTextAlignment::Natural, 2);
-  question->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 20)->setActive(true);
-  question->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -20)->setActive(true);
+  // The question, wrapped to two lines, and five choices, each a card with a radio and a label.
+  auto question =
+      label("Which part of the visit did you like the most? Pick the one that stood out.",
+            "HelveticaNeue-Medium", 17, kInk);
+  question->setNumberOfLines(2);
+  question->setPreferredMaxLayoutWidth(window->bounds().width() - 40);
+  root->addSubview(question);
+  pinSides(*question, *root, 20);
   question->topAnchor().constraintEqualToAnchor(header->bottomAnchor(), 24)->setActive(true);
-  size(*question, -1, 44);
-  const char* choices[] = {"The friendly staff", "Short waiting time", "Clean and calm rooms",
-                           "Clear explanations from the doctor about the next steps",
-                           "Something else"};
-  std::shared_ptr<UIView> above = question;
+  auto choices = add<UIStackView>(*root);
+  choices->setAxis(UILayoutConstraintAxis::Vertical);
+  choices->setSpacing(8);
+  pinSides(*choices, *root, 20);
+  choices->topAnchor().constraintEqualToAnchor(question->bottomAnchor(), 16)->setActive(true);
+  const char* texts[] = {"The friendly staff", "Short waiting time", "Clean and calm rooms",
+                         "Clear explanations from the doctor about the next steps",
+                         "Something else"};
   for (int i = 0; i < 5; ++i) {
-    auto row = add<UIView>(*root, page);
-    row->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 16)->setActive(true);
-    row->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -16)->setActive(true);
-    row->topAnchor()
-        .constraintEqualToAnchor(above->bottomAnchor(), i == 0 ? 16 : 4)
-        ->setActive(true);
-    size(*row, -1, 64);
-    auto card = add<UIView>(*row, page);
-    pin(*card, *row, {4, 4, 4, 4});
+    const bool chosen = i == 1;
+    auto card = std::make_shared<UIView>();
     card->setBackgroundColor(UIColor::whiteColor());
     card->layer().setCornerRadius(12);
-    card->layer().setBorderWidth(i == 1 ? 2 : 1);
-    card->layer().setBorderColor(i == 1 ? kAccent : kLine);
-    card->layer().setShadowOpacity(0.1);
-    card->layer().setShadowOffset({0, 2});
-    card->layer().setShadowRadius(6);
-    auto radio = add<Radio>(*card, page, i == 1);
-    size(*radio, 24, 24);
+    card->layer().setBorderWidth(chosen ? 2 : 1);
+    card->layer().setBorderColor(chosen ? kAccent : kLine);
+    addShadow(*card, 0.1, 2, 6);
+    choices->addArrangedSubview(card);
+    size(*card, -1, 56);
+    auto radio = add<UIImageView>(*card, chosen ? images.radioOn : images.radioOff);
     radio->leadingAnchor().constraintEqualToAnchor(card->leadingAnchor(), 16)->setActive(true);
     radio->centerYAnchor().constraintEqualToAnchor(card->centerYAnchor())->setActive(true);
-    auto label = add<Label>(*card, page, choices[i], "HelveticaNeue", 16, kInk);
-    label->leadingAnchor().constraintEqualToAnchor(radio->trailingAnchor(), 12)->setActive(true);
-    label->trailingAnchor()
+    auto text = label(texts[i], "HelveticaNeue", 16, kInk);
+    card->addSubview(text);
+    text->leadingAnchor().constraintEqualToAnchor(radio->trailingAnchor(), 12)->setActive(true);
+    text->trailingAnchor()
         .constraintLessThanOrEqualToAnchor(card->trailingAnchor(), -16)
         ->setActive(true);
-    label->centerYAnchor().constraintEqualToAnchor(card->centerYAnchor())->setActive(true);
-    label->setContentCompressionResistancePriority(UILayoutPriorityDefaultLow,
-                                                   UILayoutConstraintAxis::Horizontal);
-    above = row;
+    text->centerYAnchor().constraintEqualToAnchor(card->centerYAnchor())->setActive(true);
+    text->setContentCompressionResistancePriority(UILayoutPriorityDefaultLow,
+                                                  UILayoutConstraintAxis::Horizontal);
   }
 
-  // A free-text box for "Something else", with its placeholder.
-  auto other = add<UIView>(*root, page);
+  // A free-text box for "Something else", with its placeholder where the text would start.
+  auto other = add<UITextView>(*root);
   other->setBackgroundColor(UIColor::whiteColor());
+  other->setFont(font("HelveticaNeue", 15));
   other->layer().setCornerRadius(8);
   other->layer().setBorderWidth(1);
   other->layer().setBorderColor(kLine);
-  other->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 20)->setActive(true);
-  other->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -20)->setActive(true);
-  other->topAnchor().constraintEqualToAnchor(above->bottomAnchor(), 12)->setActive(true);
+  pinSides(*other, *root, 20);
+  other->topAnchor().constraintEqualToAnchor(choices->bottomAnchor(), 12)->setActive(true);
   size(*other, -1, 72);
-  auto placeholder =
-      add<Label>(*other, page, "Tell us more (optional)", "HelveticaNeue", 15, kMuted);
-  placeholder->leadingAnchor().constraintEqualToAnchor(other->leadingAnchor(), 12)->setActive(true);
-  placeholder->topAnchor().constraintEqualToAnchor(other->topAnchor(), 10)->setActive(true);
+  auto placeholder = label("Tell us more (optional)", "HelveticaNeue", 15, kMuted);
+  other->addSubview(placeholder);
+  placeholder->leadingAnchor()
+      .constraintEqualToAnchor(other->leadingAnchor(), UITextView::lineFragmentPadding)
+      ->setActive(true);
+  placeholder->topAnchor()
+      .constraintEqualToAnchor(other->topAnchor(), other->textContainerInset().top)
+      ->setActive(true);
 
-  // Back and Next, then the footer.
-  auto back = button(*root, page, "Back", false);
-  auto next = button(*root, page, "Next", true);
-  back->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 20)->setActive(true);
-  next->leadingAnchor().constraintEqualToAnchor(back->trailingAnchor(), 12)->setActive(true);
-  next->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -20)->setActive(true);
-  back->widthAnchor().constraintEqualToAnchor(next->widthAnchor())->setActive(true);
-  auto footer = add<Label>(*root, page, "Powered by Velqo", "HelveticaNeue", 12, kMuted,
-                           NSTextAlignment::Center);
+  // Back and Next side by side, then the footer.
+  auto buttons = add<UIStackView>(*root);
+  buttons->setDistribution(UIStackViewDistribution::FillEqually);
+  buttons->setSpacing(12);
+  buttons->addArrangedSubview(pageButton("Back", false));
+  buttons->addArrangedSubview(pageButton("Next", true));
+  pinSides(*buttons, *root, 20);
+  size(*buttons, -1, 50);
+  auto footer = label("Powered by Velqo", "HelveticaNeue", 12, kMuted);
+  footer->setTextAlignment(NSTextAlignment::Center);
+  root->addSubview(footer);
   footer->centerXAnchor().constraintEqualToAnchor(root->centerXAnchor())->setActive(true);
   footer->bottomAnchor().constraintEqualToAnchor(safe.bottomAnchor(), -8)->setActive(true);
-  for (const auto& control : {back, next}) {
-    control->bottomAnchor().constraintEqualToAnchor(footer->topAnchor(), -16)->setActive(true);
-  }
-  return page;
+  buttons->bottomAnchor().constraintEqualToAnchor(footer->topAnchor(), -16)->setActive(true);
+  return window;
 }
 
 double milliseconds(std::chrono::steady_clock::duration duration) {
@@ -309,31 +310,40 @@ int main(int argc, char** argv) {
   }
   vlq::toolkit::qt::installQtPlatform();
   vlq::toolkit::qt::WindowRenderer renderer(3);
+  const QTemporaryDir folder;
+  const auto images = folder.isValid() ? makeImages(folder) : std::nullopt;
+  if (!images) {
+    std::fprintf(stderr, "page-render: could not make the page's images\n");
+    return 1;
+  }
 
   std::vector<double> build;
   std::vector<double> layout;
   std::vector<double> render;
   std::vector<double> total;
-  int views = 0;
+  std::size_t views = 0;
   for (int run = 0; run < runs; ++run) {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
-    Page page = buildPage();
+    const auto window = buildPage(*images);
     const auto built = Clock::now();
-    page.window->layoutIfNeeded();
+    window->layoutIfNeeded();
     const auto laidOut = Clock::now();
-    const QImage image = renderer.render(*page.window);
+    const QImage image = renderer.render(*window);
     const auto rendered = Clock::now();
     build.push_back(milliseconds(built - start));
     layout.push_back(milliseconds(laidOut - built));
     render.push_back(milliseconds(rendered - laidOut));
     total.push_back(milliseconds(rendered - start));
-    views = page.views;
-    if (run == 0 && !png.empty()) image.save(QString::fromStdString(png), "PNG");
+    views = countViews(*window);
+    if (run == 0 && !png.empty() && !image.save(QString::fromStdString(png), "PNG")) {
+      std::fprintf(stderr, "page-render: could not write %s\n", png.c_str());
+      return 1;
+    }
   }
   const double totalMs = median(total);
   std::printf(
-      "page-render views=%d build_ms=%.3f layout_ms=%.3f render_ms=%.3f total_ms=%.3f "
+      "page-render views=%zu build_ms=%.3f layout_ms=%.3f render_ms=%.3f total_ms=%.3f "
       "frame_ratio=%.3f\n",
       views, median(build), median(layout), median(render), totalMs, totalMs / 8.33);
   return 0;

@@ -37,7 +37,9 @@ UIControlState UIControl::state() const {
   auto state = UIControlState::Normal;
   if (highlighted_) state = state | UIControlState::Highlighted;
   if (!enabled_) state = state | UIControlState::Disabled;
-  if (selected_) state = state | UIControlState::Selected;
+  // Through the getter: a subclass that keeps its selection elsewhere overrides isSelected, and
+  // what the control shows for its state must agree with it.
+  if (isSelected()) state = state | UIControlState::Selected;
   return state;
 }
 

@@ -89,7 +89,7 @@ class UIControl : public UIView {
   virtual void setSelected(bool selected);
   bool isHighlighted() const { return highlighted_; }
   virtual void setHighlighted(bool highlighted);
-  // The set of the base states.
+  // The set of the states; the selection as isSelected reports it.
   UIControlState state() const;
 
   // Whether a touch that this control took is in progress, and whether it is inside the bounds.

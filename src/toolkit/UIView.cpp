@@ -122,6 +122,9 @@ std::shared_ptr<UIView> UIView::viewWithTag(std::int64_t tag) {
 void UIView::setHidden(bool hidden) {
   if (hidden == isHidden()) return;
   layer_.setHidden(hidden);
+  // A superview that places its subviews itself (a stack view gives hidden views no space) places
+  // them again on the next layout pass.
+  if (UIView* parent = superviewPointer()) parent->setNeedsLayout();
   if (hidden) {
     if (auto window = this->window()) window->resignFirstResponderWithin(this);
   }

@@ -14,11 +14,6 @@
 namespace vlq::toolkit::qt {
 
 QGuiApplication* ensureQtApplication() {
-  // Text drawn at three or more device pixels per point is large: Qt would draw glyphs above 64
-  // pixels as paths, a hundred times slower than from its glyph cache.
-  if (qEnvironmentVariableIsEmpty("QT_MAX_CACHED_GLYPH_SIZE")) {
-    qputenv("QT_MAX_CACHED_GLYPH_SIZE", "256");
-  }
   if (auto* existing = QCoreApplication::instance()) {
     auto* gui = qobject_cast<QGuiApplication*>(existing);
     if (!gui) reportDiagnostic("Qt backend: the program made a Qt application without a GUI");

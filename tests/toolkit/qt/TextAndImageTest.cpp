@@ -149,6 +149,21 @@ TEST(TextRenderingTest, TextInksItsRectangleOnlyWhereItsAlignmentPutsIt) {
   EXPECT_GT(inkShare(image, CGRectMake(20, 50, 160, 20), white), 0.03);
 }
 
+TEST(TextRenderingTest, LargeTextAtTheScreenScaleStillInks) {
+  // 24 points at 3 pixels per point: glyphs of 72 pixels, past the size Qt caches glyphs up to.
+  const QColor white(255, 255, 255);
+  auto root = box(CGRectMake(0, 0, 300, 60), UIColor::whiteColor());
+  auto title = std::make_shared<DrawingView>(
+      CGRectMake(10, 10, 280, 40), [](DrawingContext& context, const UIView& view) {
+        context.drawText("How was your visit?", view.bounds(),
+                         *UIFont::fontWithName("HelveticaNeue-Bold", 24), UIColor::blackColor(),
+                         NSTextAlignment::Left, NSLineBreakMode::ByTruncatingTail, 1);
+      });
+  root->addSubview(title);
+  const QImage image = renderView(*root, 3);
+  EXPECT_GT(inkShare(image, CGRectMake(10, 10, 200, 40), white, 3), 0.05);
+}
+
 TEST(ImageTest, DecodedImagesKeepTheirPixelsAndDrawByContentMode) {
   QTemporaryDir directory;
   const QString path = directory.filePath(QStringLiteral("wide.png"));

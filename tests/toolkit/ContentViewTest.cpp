@@ -1,0 +1,185 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "toolkit/DrawingContext.h"
+#include "toolkit/UIImageView.h"
+#include "toolkit/UILabel.h"
+#include "toolkit/UIProgressView.h"
+#include "toolkit/UIStackView.h"
+#include "toolkit/UIWindow.h"
+
+namespace vlq::toolkit {
+namespace {
+
+// The default measurer: every character 0.55 of the point size wide, lines 1.2 of it (rounded up).
+// At 20 points a character is 11 wide and a line 24 tall.
+constexpr double kCharacter = 11;
+constexpr double kLine = 24;
+
+// Keeps what a view asked to draw.
+class RecordingContext : public DrawingContext {
+ public:
+  struct Text {
+    std::string text;
+    CGRect rect;
+    NSLineBreakMode mode;
+    int lines;
+  };
+  void fillRect(CGRect rect, UIColor color, double) override { fills.push_back({rect, color}); }
+  void strokeRect(CGRect, UIColor, double, double) override {}
+  void drawImage(const UIImage&, CGRect, UIViewContentMode) override {}
+  void drawText(std::string_view text, CGRect rect, const UIFont&, UIColor, NSTextAlignment,
+                NSLineBreakMode mode, int lines) override {
+    texts.push_back({std::string(text), rect, mode, lines});
+  }
+  std::vector<std::pair<CGRect, UIColor>> fills;
+  std::vector<Text> texts;
+};
+
+// Solved frames carry rounding from the solver: compare them to a thousandth of a point.
+void expectFrame(const UIView& view, CGRect expected) {
+  const CGRect frame = view.frame();
+  EXPECT_NEAR(frame.minX(), expected.minX(), 1e-3);
+  EXPECT_NEAR(frame.minY(), expected.minY(), 1e-3);
+  EXPECT_NEAR(frame.width(), expected.width(), 1e-3);
+  EXPECT_NEAR(frame.height(), expected.height(), 1e-3);
+}
+
+struct StackScreen {
+  std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>();
+  std::shared_ptr<UIStackView> stack = std::make_shared<UIStackView>();
+  std::vector<std::shared_ptr<UIView>> views;
+
+  StackScreen(UILayoutConstraintAxis axis, CGRect frame) {
+    window->addSubview(stack);
+    stack->setFrame(frame);
+    stack->setAxis(axis);
+    stack->setDistribution(UIStackViewDistribution::FillEqually);
+    stack->setSpacing(5);
+    // Contents of different natural sizes: fill-equally overrides them all.
+    auto label = std::make_shared<UILabel>();
+    label->setText("A rather long title");
+    auto image = std::make_shared<UIImageView>(
+        std::make_shared<UIImage>("dot.png", 1, std::make_shared<DecodedImage>(8, 8)));
+    views = {label, image, std::make_shared<UIView>()};
+    for (const auto& view : views)
+      stack->addArrangedSubview(view);
+    window->layoutIfNeeded();
+  }
+};
+
+TEST(ContentViewTest, AStackThatFillsEquallySharesItsLengthAlongEitherAxis) {
+  StackScreen row(UILayoutConstraintAxis::Horizontal, CGRectMake(10, 100, 310, 60));
+  expectFrame(*row.views[0], CGRectMake(0, 0, 100, 60));
+  expectFrame(*row.views[1], CGRectMake(105, 0, 100, 60));
+  expectFrame(*row.views[2], CGRectMake(210, 0, 100, 60));
+
+  StackScreen column(UILayoutConstraintAxis::Vertical, CGRectMake(0, 50, 80, 310));
+  expectFrame(*column.views[0], CGRectMake(0, 0, 80, 100));
+  expectFrame(*column.views[1], CGRectMake(0, 105, 80, 100));
+  expectFrame(*column.views[2], CGRectMake(0, 210, 80, 100));
+
+  // Turning the stack re-lays the same views along the other axis.
+  column.stack->setAxis(UILayoutConstraintAxis::Horizontal);
+  column.stack->setFrame(CGRectMake(0, 50, 310, 80));
+  column.window->layoutIfNeeded();
+  expectFrame(*column.views[2], CGRectMake(210, 0, 100, 80));
+}
+
+TEST(ContentViewTest, HiddenArrangedViewsTakeNoSpaceUntilShownAgain) {
+  StackScreen row(UILayoutConstraintAxis::Horizontal, CGRectMake(10, 100, 310, 60));
+  row.views[1]->setHidden(true);
+  row.window->layoutIfNeeded();
+  expectFrame(*row.views[0], CGRectMake(0, 0, 152.5, 60));
+  expectFrame(*row.views[2], CGRectMake(157.5, 0, 152.5, 60));
+
+  row.views[1]->setHidden(false);
+  row.window->layoutIfNeeded();
+  expectFrame(*row.views[1], CGRectMake(105, 0, 100, 60));
+  expectFrame(*row.views[2], CGRectMake(210, 0, 100, 60));
+
+  // From none showing to one: it takes the whole length.
+  for (const auto& view : row.views)
+    view->setHidden(true);
+  row.window->layoutIfNeeded();
+  row.views[2]->setHidden(false);
+  row.window->layoutIfNeeded();
+  expectFrame(*row.views[2], CGRectMake(0, 0, 310, 60));
+}
+
+TEST(ContentViewTest, ALabelMeasuresItsTextAndTruncatesOneLineAtTheTail) {
+  UILabel label;
+  label.setFont(UIFont::systemFontOfSize(20));
+  EXPECT_EQ(label.intrinsicContentSize(), (CGSize{0, 0}));
+  label.setText("Tell us more");
+  EXPECT_EQ(label.intrinsicContentSize(), (CGSize{12 * kCharacter, kLine}));
+
+  // Squeezed into less than its width, one line stays one line, cut at the tail in the bounds.
+  auto window = std::make_shared<UIWindow>();
+  auto holder = std::make_shared<UIView>(CGRectMake(0, 100, 100, 50));
+  window->addSubview(holder);
+  auto squeezed = std::make_shared<UILabel>();
+  squeezed->setFont(UIFont::systemFontOfSize(20));
+  squeezed->setText("Tell us more");
+  squeezed->setTranslatesAutoresizingMaskIntoConstraints(false);
+  holder->addSubview(squeezed);
+  squeezed->leadingAnchor().constraintEqualToAnchor(holder->leadingAnchor())->setActive(true);
+  squeezed->trailingAnchor()
+      .constraintLessThanOrEqualToAnchor(holder->trailingAnchor())
+      ->setActive(true);
+  squeezed->topAnchor().constraintEqualToAnchor(holder->topAnchor())->setActive(true);
+  window->layoutIfNeeded();
+  EXPECT_EQ(squeezed->frame(), CGRectMake(0, 0, 100, kLine));
+  RecordingContext context;
+  squeezed->drawContent(context);
+  ASSERT_EQ(context.texts.size(), 1u);
+  EXPECT_EQ(context.texts[0].text, "Tell us more");
+  EXPECT_EQ(context.texts[0].rect, CGRectMake(0, 0, 100, kLine));
+  EXPECT_EQ(context.texts[0].mode, NSLineBreakMode::ByTruncatingTail);
+  EXPECT_EQ(context.texts[0].lines, 1);
+
+  // More lines wrap at words within the preferred width, and stop at the line limit.
+  label.setNumberOfLines(2);
+  label.setPreferredMaxLayoutWidth(8 * kCharacter);
+  label.setText("Tell us a little more");
+  EXPECT_EQ(label.linesForWidth(8 * kCharacter), (std::vector<std::string>{"Tell us", "a little"}));
+  EXPECT_EQ(label.intrinsicContentSize(), (CGSize{8 * kCharacter, 2 * kLine}));
+}
+
+TEST(ContentViewTest, ImageViewsAndProgressBarsSizeAndDrawFromTheirValues) {
+  // A 2x image of 60 x 30 pixels is 30 x 15 points.
+  const auto image =
+      std::make_shared<UIImage>("logo@2x.png", 2, std::make_shared<DecodedImage>(60, 30));
+  UIImageView imageView(image);
+  EXPECT_EQ(imageView.frame(), CGRectMake(0, 0, 30, 15));
+  EXPECT_EQ(imageView.intrinsicContentSize(), (CGSize{30, 15}));
+  imageView.setImage(nullptr);
+  EXPECT_EQ(imageView.intrinsicContentSize(),
+            (CGSize{UIViewNoIntrinsicMetric, UIViewNoIntrinsicMetric}));
+
+  UIProgressView progress(CGRectMake(0, 0, 200, 4));
+  for (const auto& [given, kept] :
+       std::vector<std::pair<float, float>>{{0.25f, 0.25f},
+                                            {1.5f, 1.0f},
+                                            {-0.5f, 0.0f},
+                                            {std::numeric_limits<float>::quiet_NaN(), 0.0f},
+                                            {std::numeric_limits<float>::infinity(), 1.0f}}) {
+    progress.setProgress(given, true);
+    EXPECT_EQ(progress.progress(), kept) << given;
+  }
+  progress.setProgress(0.25f);
+  progress.setProgressTintColor(UIColor::redColor());
+  RecordingContext context;
+  progress.drawContent(context);
+  ASSERT_EQ(context.fills.size(), 2u);
+  EXPECT_EQ(context.fills[0].first, CGRectMake(0, 0, 200, 4));
+  EXPECT_EQ(context.fills[1], std::make_pair(CGRectMake(0, 0, 50, 4), UIColor::redColor()));
+}
+
+}  // namespace
+}  // namespace vlq::toolkit
