@@ -195,6 +195,8 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
   cell->enableWithData(choice);
   if (choice->isAnswered()) {
     tableView.selectRowAtIndexPath(indexPath, true, UITableViewScrollPosition::None);
+    // The table keeps the row selected; the card shows it too.
+    cell->setSelected(true);
   } else {
     tableView.deselectRowAtIndexPath(indexPath, true);
   }

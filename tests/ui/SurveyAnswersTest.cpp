@@ -39,6 +39,15 @@ TEST_F(SurveyPageTest, SingleChoiceKeepsTheLastTapAndComesBackSelected) {
   EXPECT_EQ(page->surveyTableView()->indexPathsForSelectedRows(),
             std::vector<NSIndexPath>{NSIndexPath(0, 1)});
   EXPECT_TRUE(submitEnabled()) << "an answered question can be left with Next at once";
+  auto optionRow = [this](std::int64_t row) {
+    return std::dynamic_pointer_cast<VLQSurveyOptionCell>(
+        page->surveyTableView()->cellForRowAtIndexPath({0, row}));
+  };
+  // The chosen card looks chosen again; the others, recycled from the question before, look
+  // fresh.
+  EXPECT_EQ(optionRow(1)->bgView()->backgroundColor(), VLQSurveyOptionCell::kSelectedCardColor);
+  EXPECT_EQ(optionRow(0)->bgView()->backgroundColor(), UIColor::whiteColor());
+  EXPECT_EQ(optionRow(0)->optionLabel()->textColor(), VLQSurveyOptionCell::kFreshTextColor);
   // Tapping the other row moves the answer over.
   tapRow(2);
   EXPECT_EQ(answerIds(*record), std::vector<std::string>{"c3"});
