@@ -1,90 +1,38 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <string>
 #include <vector>
 
-extern char** environ;
-
 namespace {
 
-// The collector executable run with `arguments`, its standard output and error on pipes.
-class Collector {
- public:
-  explicit Collector(const std::vector<std::string>& arguments) {
-    int out[2];
-    int err[2];
-    if (pipe(out) != 0 || pipe(err) != 0) return;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, err[1], 2);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    posix_spawn_file_actions_addclose(&actions, err[0]);
-    std::vector<std::string> all{VLQ_COLLECTOR_EXECUTABLE};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (auto& argument : all)
-      argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    if (posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-    close(err[1]);
-    out_ = out[0];
-    err_ = err[0];
-  }
-  ~Collector() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    close(out_);
-    close(err_);
-  }
+// A shell command that runs the collector with `arguments`, each quoted.
+std::string command(const std::vector<std::string>& arguments) {
+  std::string text = "exec '" VLQ_COLLECTOR_EXECUTABLE "'";
+  for (const auto& argument : arguments)
+    text += " '" + argument + "'";
+  return text;
+}
 
-  // One line of standard output, without its newline; empty after 20 seconds of silence or at
-  // the end of the output.
-  std::string readLine() {
-    std::string line;
-    char c = 0;
-    pollfd ready{out_, POLLIN, 0};
-    while (poll(&ready, 1, 20000) == 1 && read(out_, &c, 1) == 1 && c != '\n')
-      line += c;
-    return line;
-  }
+std::string readLine(FILE* stream) {
+  char line[512] = {};
+  if (!std::fgets(line, sizeof line, stream)) return {};
+  std::string text = line;
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
 
-  // Waits for the process to end; its exit status, or -1 when it did not exit normally.
-  int wait() {
-    int status = 0;
-    const pid_t ended = waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return ended > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  void signal(int number) { kill(pid_, number); }
-  std::string readAll(bool standardError) {
-    std::string text;
-    char buffer[4096];
-    ssize_t count = 0;
-    while ((count = read(standardError ? err_ : out_, buffer, sizeof buffer)) > 0) {
-      text.append(buffer, static_cast<std::size_t>(count));
-    }
-    return text;
-  }
-
- private:
-  pid_t pid_ = -1;
-  int out_ = -1;
-  int err_ = -1;
-};
+// The exit code of a process ended by pclose, or -1 when it did not exit normally.
+int exitCode(int status) {
+  return status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 TEST(CollectorExecutable, RejectsBadOptionsWithStatusTwo) {
   const std::vector<std::vector<std::string>> cases = {{"--bogus"},
@@ -98,44 +46,49 @@ TEST(CollectorExecutable, RejectsBadOptionsWithStatusTwo) {
                                                        {"--config", "/nonexistent/config.json"},
                                                        {"--bind=127.0.0.1", "extra"}};
   for (const auto& arguments : cases) {
-    Collector collector(arguments);
-    const int status = collector.wait();
-    EXPECT_EQ(status, 2) << arguments[0];
-    EXPECT_FALSE(collector.readAll(true).empty()) << arguments[0];
-    EXPECT_EQ(collector.readAll(false), "") << arguments[0];
+    // Standard error only; a bad option must not start a server.
+    FILE* errors = popen((command(arguments) + " 2>&1 >/dev/null").c_str(), "r");
+    ASSERT_TRUE(errors);
+    EXPECT_NE(readLine(errors), "") << arguments[0];
+    EXPECT_EQ(exitCode(pclose(errors)), 2) << arguments[0];
   }
 
-  Collector help({"--help"});
-  EXPECT_EQ(help.wait(), 0);
-  EXPECT_NE(help.readAll(false).find("--status CODE"), std::string::npos);
+  FILE* help = popen(command({"--help"}).c_str(), "r");
+  ASSERT_TRUE(help);
+  EXPECT_NE(readLine(help).find("usage"), std::string::npos);
+  EXPECT_EQ(exitCode(pclose(help)), 0);
 }
 
 TEST(CollectorExecutable, ServesUntilTerminatedAndPrintsWhereItListens) {
-  const auto config = std::filesystem::temp_directory_path() /
-                      ("vlq-collector-config-" + std::to_string(getpid()) + ".json");
-  std::ofstream(config, std::ios::binary) << R"({"configs":[]})";
+  const auto configFile = std::filesystem::temp_directory_path() /
+                          ("vlq-collector-config-" + std::to_string(getpid()) + ".json");
+  std::ofstream(configFile, std::ios::binary) << R"({"configs":[]})";
 
-  Collector collector({"--port", "0", "--status", "202", "--config", config.string()});
-  const std::string line = collector.readLine();
+  // The shell prints its process id, which the collector then takes over.
+  FILE* output = popen(
+      ("echo $$; " + command({"--port", "0", "--status", "202", "--config", configFile.string()}))
+          .c_str(),
+      "r");
+  ASSERT_TRUE(output);
+  const pid_t pid = std::stoi(readLine(output));
+  const std::string line = readLine(output);
   std::smatch match;
-  ASSERT_TRUE(
-      std::regex_match(line, match, std::regex(R"(listening on (http://127\.0\.0\.1:\d+))")))
-      << line;
-
-  httplib::Client client(match[1].str());
-  auto result = client.Post("/v2/api/survey-response?appId=a", R"({"n":1})", "application/json");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->status, 202);
-  result = client.Get("/v2/api/survey-responses?appId=a");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->body, R"([{"n":1}])");
-  result = client.Get("/v2/api/surveys?appId=a");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->body, R"({"configs":[]})");
-
-  collector.signal(SIGTERM);
-  EXPECT_EQ(collector.wait(), 0);
-  std::filesystem::remove(config);
+  const bool listening =
+      std::regex_match(line, match, std::regex(R"(listening on (http://127\.0\.0\.1:\d+))"));
+  EXPECT_TRUE(listening) << line;
+  if (listening) {
+    // No ASSERTs until the collector is stopped below, so a failure does not leave it running.
+    httplib::Client client(match[1].str());
+    auto posted = client.Post("/v2/api/survey-response?appId=a", R"({"n":1})", "application/json");
+    EXPECT_EQ(posted ? posted->status : 0, 202);
+    auto listed = client.Get("/v2/api/survey-responses?appId=a");
+    EXPECT_EQ(listed ? listed->body : "", R"([{"n":1}])");
+    auto config = client.Get("/v2/api/surveys?appId=a");
+    EXPECT_EQ(config ? config->body : "", R"({"configs":[]})");
+  }
+  kill(pid, SIGTERM);
+  EXPECT_EQ(exitCode(pclose(output)), 0);
+  std::filesystem::remove(configFile);
 }
 
 }  // namespace
