@@ -69,7 +69,8 @@ class CollectorServer {
   // ignored. An empty function removes the observer.
   void setResponseObserver(std::function<void(const StoredResponse&)> observer);
 
-  // Stops serving and waits for the server threads to finish. Idempotent.
+  // Stops serving and waits for the server threads to finish, so it must not be called from the
+  // response observer. Idempotent; responses() still reads the stored bodies afterwards.
   void stop();
 
  private:
