@@ -55,7 +55,9 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       analytics_(options_.analyticsDatabase) {}
 
 ReferenceHost::~ReferenceHost() {
-  shutdown();
+  // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot
+  // itself is releasing it (at the end of the process), and then the slot must not be touched.
+  stopThreads();
 }
 
 void ReferenceHost::install() {
@@ -64,12 +66,20 @@ void ReferenceHost::install() {
   VLQController::installSharedController(shared_from_this());
 }
 
-void ReferenceHost::shutdown() {
+void ReferenceHost::stopThreads() {
   try {
     shutDown_.store(true);
     events_.stop();
     delays_.stop();
     workers_.stopAndWait();
+  } catch (...) {
+    // A failed lock or wait leaves the threads to end on their own.
+  }
+}
+
+void ReferenceHost::shutdown() {
+  stopThreads();
+  try {
     // Uninstalled only where still installed.
     // The replaced pointers are released last: one of them may be the last owner of this host.
     std::shared_ptr<VLQController> replacedController;
@@ -79,7 +89,7 @@ void ReferenceHost::shutdown() {
     auto& controllerSlot = HostSingleton<VLQController>::slot();
     if (controllerSlot.get().get() == this) replacedController = controllerSlot.install(nullptr);
   } catch (...) {
-    // A failed lock or wait leaves the threads to end on their own.
+    // A failed lock leaves the host installed; it no longer does anything.
   }
 }
 

@@ -52,7 +52,7 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
   // A host with its threads started. An empty library directory means the toolkit's current
   // Library directory. Creates the directory when missing.
   static std::shared_ptr<ReferenceHost> create(ReferenceHostOptions options);
-  // Shuts down.
+  // Ends the threads as shutdown does.
   ~ReferenceHost() override;
 
   // Makes this the shared controller, installs its utilities, and points the toolkit's Library
@@ -100,6 +100,7 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
 
  private:
   explicit ReferenceHost(ReferenceHostOptions options);
+  void stopThreads();
 
   const ReferenceHostOptions options_;
   const HostSettings settings_;
