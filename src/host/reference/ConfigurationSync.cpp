@@ -1,0 +1,32 @@
+#include "host/reference/ConfigurationSync.h"
+
+#include <optional>
+
+#include "host/reference/AtomicFile.h"
+#include "host/reference/HttpTransport.h"
+
+namespace vlq::reference {
+
+namespace {
+
+constexpr std::int64_t kHttpOk = 200;
+
+std::optional<std::string> fetchDocument(const std::string& source) {
+  if (isHttpUrl(source)) {
+    auto outcome = httpGet(source);
+    if (outcome.status != kHttpOk) return std::nullopt;
+    return std::move(outcome.body);
+  }
+  constexpr std::string_view kFileScheme = "file://";
+  if (source.rfind(kFileScheme, 0) == 0) return readWholeFile(source.substr(kFileScheme.size()));
+  return readWholeFile(source);
+}
+
+}  // namespace
+
+bool syncConfigurationFile(const std::string& source, const std::string& destination) {
+  const auto document = fetchDocument(source);
+  return document && writeFileAtomically(destination, *document);
+}
+
+}  // namespace vlq::reference

@@ -1,0 +1,101 @@
+#include "host/reference/HttpTransport.h"
+
+#include <httplib.h>
+#include <strings.h>
+
+#include <utility>
+
+namespace vlq::reference {
+
+namespace {
+
+constexpr time_t kConnectTimeoutSeconds = 5;
+constexpr time_t kTransferTimeoutSeconds = 15;
+
+// An error number for requests that never reached the transport (an address it cannot use).
+constexpr std::int64_t kInvalidAddressError = -1;
+
+struct SplitUrl {
+  std::string origin;  // scheme, host and port
+  std::string path;    // from the first "/" after the host on; "/" when there is none
+};
+
+std::optional<SplitUrl> splitUrl(const std::string& url) {
+  if (!isHttpUrl(url)) return std::nullopt;
+  const auto hostStart = url.find("://") + 3;
+  const auto pathStart = url.find_first_of("/?#", hostStart);
+  if (pathStart == hostStart) return std::nullopt;
+  if (pathStart == std::string::npos) return SplitUrl{url, "/"};
+  std::string path = url.substr(pathStart);
+  if (path.front() != '/') path.insert(path.begin(), '/');
+  return SplitUrl{url.substr(0, pathStart), std::move(path)};
+}
+
+HttpOutcome failed(std::int64_t code, std::string message) {
+  HttpOutcome outcome;
+  outcome.errorCode = code;
+  outcome.errorMessage = std::move(message);
+  return outcome;
+}
+
+HttpOutcome outcomeOf(const httplib::Result& result, const std::string& where) {
+  if (!result) {
+    return failed(static_cast<std::int64_t>(result.error()),
+                  "no answer from " + where + ": " + httplib::to_string(result.error()));
+  }
+  HttpOutcome outcome;
+  outcome.status = result->status;
+  outcome.body = result->body;
+  return outcome;
+}
+
+void applyTimeouts(httplib::Client& client) {
+  client.set_connection_timeout(kConnectTimeoutSeconds);
+  client.set_read_timeout(kTransferTimeoutSeconds);
+  client.set_write_timeout(kTransferTimeoutSeconds);
+}
+
+}  // namespace
+
+bool isHttpUrl(const std::string& text) {
+  return text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0;
+}
+
+HttpOutcome httpGet(const std::string& url) {
+  const auto split = splitUrl(url);
+  if (!split) return failed(kInvalidAddressError, "not an http URL: " + url);
+  httplib::Client client(split->origin);
+  if (!client.is_valid()) return failed(kInvalidAddressError, "unusable address: " + url);
+  applyTimeouts(client);
+  return outcomeOf(client.Get(split->path), url);
+}
+
+HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
+                     const std::string& body, const VLQHeaderFields& headerFields) {
+  const auto split = splitUrl(serviceAddress);
+  if (!split) return failed(kInvalidAddressError, "no usable service address: " + serviceAddress);
+  httplib::Client client(split->origin);
+  if (!client.is_valid()) {
+    return failed(kInvalidAddressError, "unusable service address: " + serviceAddress);
+  }
+  applyTimeouts(client);
+
+  // The service address's own path is a prefix of every posted path.
+  std::string prefix = split->path;
+  while (!prefix.empty() && prefix.back() == '/')
+    prefix.pop_back();
+  const std::string target = prefix + (path.rfind('/', 0) == 0 ? path : "/" + path);
+
+  std::string contentType = "application/json";
+  httplib::Headers headers;
+  for (const auto& [name, value] : headerFields) {
+    if (strcasecmp(name.c_str(), "Content-Type") == 0) {
+      contentType = value;
+    } else {
+      headers.emplace(name, value);
+    }
+  }
+  return outcomeOf(client.Post(target, headers, body, contentType), split->origin + target);
+}
+
+}  // namespace vlq::reference

@@ -1,0 +1,35 @@
+#include "host/reference/ReferenceUtilities.h"
+
+#include <utility>
+
+#include "host/reference/AtomicFile.h"
+#include "toolkit/UIWindow.h"
+
+namespace vlq::reference {
+
+void ReferenceUtilities::setKeyWindow(std::shared_ptr<toolkit::UIWindow> window) {
+  std::lock_guard lock(mutex_);
+  keyWindow_ = std::move(window);
+}
+
+Json ReferenceUtilities::readConfigAtPath(const std::string& path) {
+  try {
+    const auto text = readWholeFile(path);
+    if (!text) return nullptr;
+    Json document = Json::parse(*text, nullptr, false);
+    if (document.is_discarded()) return nullptr;
+    return document;
+  } catch (...) {
+    return nullptr;  // out of memory for a huge file: no document, as for an unreadable one
+  }
+}
+
+std::shared_ptr<toolkit::UIWindow> ReferenceUtilities::currentKeyWindow() {
+  {
+    std::lock_guard lock(mutex_);
+    if (keyWindow_) return keyWindow_;
+  }
+  return toolkit::UIWindow::keyWindow();
+}
+
+}  // namespace vlq::reference
