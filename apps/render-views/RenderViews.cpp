@@ -1,5 +1,6 @@
 // Draws each of the survey's rows and cards, in its fresh and its chosen look, on the survey
-// table's 370 x 80 row, and writes one PNG per view into a folder:
+// table's 370 x 80 row, and the survey page for each kind of question, and writes one PNG per
+// view into a folder:
 //   vlq-render-views OUTDIR [--scale S] [--resources DIR]
 // The images come from DIR/app and DIR/plugin (the project's resources/ by default).
 
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/render-views/PageScenes.h"
 #include "host/VLQSurveyConstants.h"
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionModel.h"
@@ -31,10 +33,7 @@ using namespace vlq::ui;
 
 constexpr CGRect kRowFrame{{0, 0}, {370, 80}};
 
-struct Scene {
-  std::string name;
-  std::function<std::shared_ptr<UIView>()> build;
-};
+using vlq::render::Scene;
 
 std::shared_ptr<VLQChoiceModel> choice(const std::string& text) {
   auto model = std::make_shared<VLQChoiceModel>();
@@ -133,7 +132,10 @@ int main(int argc, char** argv) {
   std::error_code error;
   std::filesystem::create_directories(output, error);
   int failures = 0;
-  for (const auto& scene : scenes()) {
+  auto all = scenes();
+  for (auto& scene : vlq::render::pageScenes())
+    all.push_back(std::move(scene));
+  for (const auto& scene : all) {
     const auto view = scene.build();
     const auto path = (output / (scene.name + ".png")).string();
     if (vlq::toolkit::qt::renderToPNG(*view, path, scale)) {

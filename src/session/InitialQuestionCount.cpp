@@ -11,8 +11,12 @@ namespace {
 std::atomic<std::int32_t> storedInitialQuestionCount{0};
 }  // namespace
 
-std::int32_t initialQuestionCount() { return storedInitialQuestionCount.load(); }
+std::int32_t initialQuestionCount() {
+  return storedInitialQuestionCount.load();
+}
 
-void setInitialQuestionCount(std::int32_t count) { storedInitialQuestionCount.store(count); }
+void setInitialQuestionCount(std::int32_t count) {
+  storedInitialQuestionCount.store(count);
+}
 
 }  // namespace vlq::session

@@ -56,8 +56,8 @@ class VLQSurveySession : public toolkit::UIViewController,
   }
 
   // Navigation. `sender` is the pressed button, or null when the page steps on its own.
-  void nextButtonTapped(const std::shared_ptr<toolkit::UIButton>& sender);
-  void previousTapped(const std::shared_ptr<toolkit::UIButton>& sender);
+  void nextButtonTapped(toolkit::UIButton* sender);
+  void previousTapped(toolkit::UIButton* sender);
   void toggleSubmitButton();
   void randomizeChoices(const std::shared_ptr<VLQQuestionModel>& question);
 
@@ -71,8 +71,8 @@ class VLQSurveySession : public toolkit::UIViewController,
   void otherTextChanged(const std::optional<std::string>& text);
 
   // Submission and leaving.
-  void submitButtonTapped(const std::shared_ptr<toolkit::UIButton>& sender);
-  void cancelButtonTapped(const std::shared_ptr<toolkit::UIButton>& sender);
+  void submitButtonTapped(toolkit::UIButton* sender);
+  void cancelButtonTapped(toolkit::UIButton* sender);
   void viewWillDisappear(bool animated) override;
 
   // The table's questions: the row count sets the buttons and the selection mode as it answers.
@@ -145,10 +145,12 @@ class VLQSurveySession : public toolkit::UIViewController,
  protected:
   VLQSurveySession() = default;
 
-  // Sets up the session once the page's controls exist: the launch event, the counts, one
-  // response record per question, the keyboard observers and the first question's choices.
-  // False when the survey has no question to show; the page then hands the screen back.
-  bool startSession();
+  // Starts the session's record: `info` with the survey id, the launch event, the fresh state.
+  void openSession();
+  // Once the page's controls exist: the counts, one response record per question, the keyboard
+  // observers and the first question's choices. A survey without questions cannot be shown: the
+  // plug-in is told to give the screen back, and the answer is false.
+  bool loadQuestions();
   // The question at `tapCount`, or null when there is none.
   std::shared_ptr<VLQQuestionModel> currentQuestion() const;
   // The choice shown at `row`, or null past the end.
@@ -188,9 +190,16 @@ class VLQSurveySession : public toolkit::UIViewController,
   std::shared_ptr<toolkit::UIView> successView_;
 
  private:
-  void stepTitlesAndChoices();
   void setSubmitEnabled(bool enabled);
-  void questionIdFrom(const std::shared_ptr<VLQQuestionModel>& question);
+  void setProgress(float progress);
+  // (initial count - questions left) / initial count, in single precision.
+  float progressForPosition() const;
+  // Deselects every selected row, then reloads the table.
+  void reloadWithoutSelection();
+  // After a move: the large button's title and state, and the new question's choices.
+  void finishMove();
+  // Stores the question's id in the current record, as every answer change does.
+  void recordQuestionId(const std::shared_ptr<VLQQuestionModel>& question);
   void submit();
 
   Json questionArray_ = Json::array();

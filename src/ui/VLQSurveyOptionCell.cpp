@@ -84,6 +84,16 @@ void VLQSurveyOptionCell::setSelected(bool selected) {
   }
 }
 
+void VLQSurveyOptionCell::prepareForReuse() {
+  UITableViewCell::prepareForReuse();
+  // A recycled row starts with the fresh look, not the look of the choice it showed before.
+  bgView_->setBackgroundColor(UIColor::whiteColor());
+  bgView_->layer().setBorderColor(UIColor::lightGrayColor());
+  bgView_->layer().setBorderWidth(2.0);
+  optionLabel_->setTextColor(kFreshTextColor);
+  smileyImageView_->setImage(UIImage::imageNamed(kRadioImageString));
+}
+
 void VLQSurveyOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& choice) {
   optionLabel_->setText(choice ? displayText(choice->surveyValue()) : std::nullopt);
 }

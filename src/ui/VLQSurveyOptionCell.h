@@ -23,6 +23,8 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   // Restyles the card, the text and the radio mark. It replaces the cell's own selected-state
   // handling: the base cell never hears of it.
   void setSelected(bool selected) override;
+  // A recycled row gets the fresh look back.
+  void prepareForReuse() override;
   // Shows the choice's text; nothing else changes.
   void enableWithData(const std::shared_ptr<VLQChoiceModel>& choice);
 

@@ -7,7 +7,10 @@
 
 #include <memory>
 
+#include "host/VLQUtilities.h"
 #include "session/VLQSurveySession.h"
+#include "toolkit/NSBundle.h"
+#include "toolkit/NSLayoutConstraint.h"
 #include "toolkit/NSNotificationCenter.h"
 #include "ui/RatingTapped.h"
 #include "ui/didSelectOtherOption.h"
@@ -39,8 +42,30 @@ class VLQSurveyViewController : public session::VLQSurveySession,
   void keyboardWillShow(const toolkit::NSNotification& notification) override;
   void keyboardWillHide(const toolkit::NSNotification& notification) override;
 
+  const std::shared_ptr<toolkit::NSBundle>& bundle() const { return bundle_; }
+  const std::shared_ptr<toolkit::NSLayoutConstraint>& surveyTableBottomConstraint() const {
+    return surveyTableBottomConstraint_;
+  }
+
  protected:
   std::shared_ptr<toolkit::UIView> successAlertView() override;
+
+ private:
+  class OtherRowForwarder;
+
+  std::shared_ptr<toolkit::NSBundle> bundle_;
+  // Loaded with the page and kept for its life; the rows load their own images.
+  std::shared_ptr<toolkit::UIImage> smileyPoorImage_;
+  std::shared_ptr<toolkit::UIImage> poorImage_;
+  std::shared_ptr<toolkit::UIImage> smileyAverageImage_;
+  std::shared_ptr<toolkit::UIImage> smileyAverage_;  // declared, never loaded
+  std::shared_ptr<toolkit::UIImage> okImage_;
+  std::shared_ptr<toolkit::UIImage> smileyGoodImage_;
+  std::shared_ptr<toolkit::UIImage> veryGoodImage_;
+  std::shared_ptr<toolkit::UIImage> radioImage_;
+  std::shared_ptr<toolkit::UIImage> radioHighLightImage_;
+  std::shared_ptr<toolkit::NSLayoutConstraint> surveyTableBottomConstraint_;
+  std::shared_ptr<OtherRowForwarder> otherRowForwarder_;
 };
 
 }  // namespace vlq::ui

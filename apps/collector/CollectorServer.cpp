@@ -1,0 +1,246 @@
+#include "collector/CollectorServer.h"
+
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <iostream>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "collector/JsonObjectBody.h"
+#include "collector/ResponseStore.h"
+#include "collector/UtcTimestamp.h"
+
+namespace vlq::collector {
+namespace {
+
+constexpr const char* kPostPath = "/v2/api/survey-response";
+constexpr const char* kListPath = "/v2/api/survey-responses";
+constexpr const char* kConfigPath = "/v2/api/surveys";
+constexpr const char* kJsonType = "application/json";
+
+// Survey bodies are a few kilobytes; anything past this is refused before it is read.
+constexpr std::size_t kMaxBodyBytes = 16 * 1024 * 1024;
+
+bool isValidStatus(int status) {
+  return status >= 100 && status <= 599;
+}
+
+// Writes `value` as compact JSON. Bodies were checked on the way in, so replacing bad UTF-8 only
+// guards against a database edited by hand.
+std::string dumpJson(const Json& value) {
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void answerJson(httplib::Response& response, int status, const Json& body) {
+  response.status = status;
+  response.set_content(dumpJson(body), kJsonType);
+}
+
+void answerError(httplib::Response& response, int status, const std::string& message) {
+  answerJson(response, status, Json{{"error", message}});
+}
+
+}  // namespace
+
+struct CollectorServer::Impl {
+  // Set before the server thread starts, read-only afterwards.
+  CollectorOptions options;
+  int port = 0;
+  std::unique_ptr<ResponseStore> store;
+
+  std::atomic<int> status{200};
+
+  // Held while a body is stored and observed, so observers see bodies one at a time and in id
+  // order.
+  std::mutex intakeMutex;
+  std::function<void(const StoredResponse&)> observer;  // guarded by intakeMutex
+
+  httplib::Server server;
+  std::thread thread;
+  std::atomic<bool> listenEnded{false};
+  std::mutex stopMutex;  // makes stop() safe to call from several threads
+
+  void routes();
+  void receive(const httplib::Request& request, httplib::Response& response);
+  void list(const httplib::Request& request, httplib::Response& response) const;
+  void serveConfig(httplib::Response& response) const;
+};
+
+void CollectorServer::Impl::routes() {
+  // Each handler contains its own failures; nothing a client sends may end the server.
+  auto contained = [](auto handler) {
+    return [handler](const httplib::Request& request, httplib::Response& response) {
+      try {
+        handler(request, response);
+      } catch (const std::exception& e) {
+        answerError(response, 500, e.what());
+      } catch (...) {
+        answerError(response, 500, "internal error");
+      }
+    };
+  };
+  server.Post(kPostPath, contained([this](const auto& request, auto& response) {
+                receive(request, response);
+              }));
+  server.Get(kListPath,
+             contained([this](const auto& request, auto& response) { list(request, response); }));
+  server.Get(kConfigPath,
+             contained([this](const auto&, auto& response) { serveConfig(response); }));
+  server.set_payload_max_length(kMaxBodyBytes);
+  // The library's default also sets SO_REUSEPORT, which would let a second collector share a port
+  // that is in use and take half of its posts. Address reuse alone still allows a restart on the
+  // same port straight away.
+  server.set_socket_options([](socket_t socket) {
+    int yes = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  });
+}
+
+void CollectorServer::Impl::receive(const httplib::Request& request, httplib::Response& response) {
+  std::optional<Json> body = parseJsonObject(request.body);
+  if (!body) {
+    answerError(response, 400, "the body is not a JSON object");
+    return;
+  }
+  StoredResponse stored;
+  stored.appId = request.has_param("appId") ? request.get_param_value("appId") : std::string();
+  stored.receivedAt = utcTimestamp(std::chrono::system_clock::now());
+  stored.url = request.target.empty() ? request.path : request.target;
+  stored.status = status.load();
+  stored.body = std::move(*body);
+
+  std::lock_guard lock(intakeMutex);
+  std::string error;
+  const std::optional<std::int64_t> id = store->insert(stored.appId, stored.receivedAt, stored.url,
+                                                       stored.status, request.body, error);
+  if (!id) {
+    answerError(response, 500, "cannot store the body: " + error);
+    return;
+  }
+  stored.id = *id;
+  if (observer) {
+    try {
+      observer(stored);
+    } catch (const std::exception& e) {
+      std::cerr << "vlq-survey-collector: the response observer failed: " << e.what() << '\n';
+    } catch (...) {
+      std::cerr << "vlq-survey-collector: the response observer failed\n";
+    }
+  }
+  answerJson(response, stored.status, Json{{"id", stored.id}});
+}
+
+void CollectorServer::Impl::list(const httplib::Request& request,
+                                 httplib::Response& response) const {
+  std::optional<std::string> appId;
+  if (request.has_param("appId")) appId = request.get_param_value("appId");
+  Json bodies = Json::array();
+  for (StoredResponse& stored : store->list(appId))
+    bodies.push_back(std::move(stored.body));
+  answerJson(response, 200, bodies);
+}
+
+void CollectorServer::Impl::serveConfig(httplib::Response& response) const {
+  if (!options.configDocument) {
+    answerError(response, 404, "no configuration document is served");
+    return;
+  }
+  response.status = 200;
+  response.set_content(*options.configDocument, kJsonType);
+}
+
+std::unique_ptr<CollectorServer> CollectorServer::start(CollectorOptions options,
+                                                        std::string* error) {
+  auto fail = [error](std::string message) -> std::unique_ptr<CollectorServer> {
+    if (error) *error = std::move(message);
+    return nullptr;
+  };
+  if (!isValidStatus(options.status)) {
+    return fail("status " + std::to_string(options.status) + " is not between 100 and 599");
+  }
+  if (options.port < 0 || options.port > 65535) {
+    return fail("port " + std::to_string(options.port) + " is not between 0 and 65535");
+  }
+  if (options.bind.empty()) return fail("the bind address is empty");
+
+  auto impl = std::make_unique<Impl>();
+  impl->options = std::move(options);
+  impl->status = impl->options.status;
+  std::string storeError;
+  impl->store = ResponseStore::open(impl->options.database, storeError);
+  if (!impl->store) return fail(storeError);
+
+  impl->routes();
+  const std::string& bind = impl->options.bind;
+  if (impl->options.port == 0) {
+    impl->port = impl->server.bind_to_any_port(bind);
+    if (impl->port <= 0) return fail("cannot listen on " + bind + " on any port");
+  } else {
+    if (!impl->server.bind_to_port(bind, impl->options.port)) {
+      return fail("cannot listen on " + bind + " port " + std::to_string(impl->options.port));
+    }
+    impl->port = impl->options.port;
+  }
+
+  Impl* running = impl.get();
+  impl->thread = std::thread([running] {
+    running->server.listen_after_bind();
+    running->listenEnded = true;
+  });
+  // The server only honours stop() once its accept loop runs; wait for it, so a stop() that
+  // follows at once is not lost. Connections made meanwhile wait in the listen backlog.
+  while (!impl->server.is_running() && !impl->listenEnded) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return std::unique_ptr<CollectorServer>(new CollectorServer(std::move(impl)));
+}
+
+CollectorServer::CollectorServer(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+CollectorServer::~CollectorServer() {
+  stop();
+}
+
+int CollectorServer::port() const {
+  return impl_->port;
+}
+
+std::string CollectorServer::baseUrl() const {
+  std::string host = impl_->options.bind;
+  if (host == "0.0.0.0") host = "127.0.0.1";
+  if (host == "::") host = "::1";
+  if (host.find(':') != std::string::npos) host = "[" + host + "]";
+  return "http://" + host + ":" + std::to_string(impl_->port);
+}
+
+void CollectorServer::setStatus(int status) {
+  if (!isValidStatus(status)) {
+    throw std::invalid_argument("status " + std::to_string(status) + " is not between 100 and 599");
+  }
+  impl_->status = status;
+}
+
+std::vector<StoredResponse> CollectorServer::responses(
+    const std::optional<std::string>& appId) const {
+  return impl_->store->list(appId);
+}
+
+void CollectorServer::setResponseObserver(std::function<void(const StoredResponse&)> observer) {
+  std::lock_guard lock(impl_->intakeMutex);
+  impl_->observer = std::move(observer);
+}
+
+void CollectorServer::stop() {
+  std::lock_guard lock(impl_->stopMutex);
+  if (!impl_->thread.joinable()) return;
+  impl_->server.stop();
+  impl_->thread.join();
+}
+
+}  // namespace vlq::collector

@@ -1,0 +1,82 @@
+#pragma once
+
+// The survey-response collector: a small HTTP server that stands in for the host's service.
+//
+//   POST /v2/api/survey-response?appId=ID   stores a JSON object body; answers the configured
+//                                           status (200 unless told otherwise), or 400 for a body
+//                                           that is not a JSON object (not stored)
+//   GET  /v2/api/survey-responses?appId=ID  the stored bodies of that app id, oldest first, as a
+//                                           JSON array; without appId, every stored body
+//   GET  /v2/api/surveys?appId=ID           the configuration document, byte for byte, when one
+//                                           was given; 404 otherwise
+//
+// A post without an appId parameter is stored with an empty app id, so that a host that forgets
+// the parameter is seen rather than turned away; its `url` shows what was sent. Listing with
+// `appId=` (empty) returns exactly those posts.
+//
+// The server runs on its own threads from `start` until `stop` or destruction. Every member
+// function may be called from any thread.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "collector/StoredResponse.h"
+
+namespace vlq::collector {
+
+struct CollectorOptions {
+  std::string bind = "127.0.0.1";
+  // 0 picks a free port; `CollectorServer::port` tells which.
+  int port = 0;
+  // The SQLite database file; empty keeps the responses in memory for the server's lifetime.
+  std::string database;
+  // The status answered to every valid post (100 to 599).
+  int status = 200;
+  // The bytes served for the configuration sync; none answers 404.
+  std::optional<std::string> configDocument;
+};
+
+class CollectorServer {
+ public:
+  // Opens the database, binds and starts serving. Returns null and fills `error` (when given)
+  // with the reason when the options are invalid, the database cannot be opened or the address
+  // cannot be bound.
+  static std::unique_ptr<CollectorServer> start(CollectorOptions options, std::string* error);
+
+  ~CollectorServer();
+  CollectorServer(const CollectorServer&) = delete;
+  CollectorServer& operator=(const CollectorServer&) = delete;
+
+  // The port listened on.
+  int port() const;
+  // "http://ADDRESS:PORT", with a wildcard bind address replaced by the loopback address, so a
+  // client on the same machine can use it as it stands.
+  std::string baseUrl() const;
+
+  // The status for the posts that follow. Throws std::invalid_argument outside 100 to 599.
+  void setStatus(int status);
+
+  // The stored responses, oldest first: those of `appId` when given, otherwise all.
+  std::vector<StoredResponse> responses(const std::optional<std::string>& appId = {}) const;
+
+  // Called with each stored response on the server thread that received it, before the client
+  // is answered. Calls are one at a time and in storage order. The observer must not call
+  // setResponseObserver itself; what it throws is reported on standard error and otherwise
+  // ignored. An empty function removes the observer.
+  void setResponseObserver(std::function<void(const StoredResponse&)> observer);
+
+  // Stops serving and waits for the server threads to finish, so it must not be called from the
+  // response observer. Idempotent; responses() still reads the stored bodies afterwards.
+  void stop();
+
+ private:
+  struct Impl;
+  explicit CollectorServer(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace vlq::collector

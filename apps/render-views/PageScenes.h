@@ -1,0 +1,22 @@
+#pragma once
+
+// The scenes that vlq-render-views draws: a name and a function that builds the view.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "toolkit/UIView.h"
+
+namespace vlq::render {
+
+struct Scene {
+  std::string name;
+  std::function<std::shared_ptr<toolkit::UIView>()> build;
+};
+
+// The survey page, one scene per kind of question.
+std::vector<Scene> pageScenes();
+
+}  // namespace vlq::render

@@ -1,0 +1,265 @@
+#include "ui/VLQSurveyViewController.h"
+
+#include <any>
+
+#include "host/VLQSurveyConstants.h"
+#include "toolkit/KeyboardNotifications.h"
+#include "toolkit/NSBundle.h"
+#include "toolkit/NSLayoutConstraint.h"
+#include "toolkit/UIFont.h"
+#include "ui/SuccessCard.h"
+#include "ui/VLQOtherOptionCell.h"
+#include "ui/VLQRatingCell.h"
+#include "ui/VLQSurveyHeaderView.h"
+#include "ui/VLQSurveyOptionCell.h"
+
+namespace vlq::ui {
+
+using namespace toolkit;
+
+namespace {
+
+constexpr double kRowHeight = 80;
+constexpr double kHeaderHeight = 100;
+constexpr double kKeyboardShiftBase = 100;
+constexpr double kKeyboardAnimationSeconds = 0.1;
+
+}  // namespace
+
+// The Other row keeps its delegate strongly. Handing it the page itself would make the page, its
+// table and the row keep each other alive for good; the row gets this forwarder instead, which
+// reaches the page while it lives.
+class VLQSurveyViewController::OtherRowForwarder : public NSObject, public didSelectOtherOption {
+ public:
+  explicit OtherRowForwarder(VLQSurveyViewController* page) : page_(page) {}
+  void didTapOtherCell(const std::optional<std::string>& text) override {
+    if (auto page = page_.lock()) page->didTapOtherCell(text);
+  }
+
+ private:
+  WeakRef<VLQSurveyViewController> page_;
+};
+
+VLQSurveyViewController::~VLQSurveyViewController() {
+  NSNotificationCenter::defaultCenter().removeObserver(this);
+}
+
+void VLQSurveyViewController::viewDidLoad() {
+  UIViewController::viewDidLoad();
+  openSession();
+
+  auto root = view();
+  root->setBackgroundColor(UIColor::whiteColor());
+  vlqSurveyProgressView_ = std::make_shared<UIProgressView>(CGRectZero);
+  responseModel_ = std::make_shared<VLQSurveyResponseModel>();
+  bundle_ = NSBundle::bundleWithIdentifier(kSurveyBundle);
+
+  surveyTableView_ = std::make_shared<UITableView>(CGRectZero, UITableViewStyle::Grouped);
+  surveyTableView_->setDelegate(this);
+  surveyTableView_->setDataSource(this);
+
+  auto load = [this](std::string_view name) { return UIImage::imageNamed(name, bundle_, nullptr); };
+  cancelImage_ = load(kCancelImageString);
+  backImage_ = load(kBackImageString);
+  smileyPoorImage_ = load(kSmileyPoorImageString);
+  poorImage_ = load(kPoorImageString);
+  smileyAverageImage_ = load(kSmileyAverageImageString);
+  okImage_ = load(kOkImageString);
+  smileyGoodImage_ = load(kSmileyGoodImageString);
+  veryGoodImage_ = load(kVeryGoodImageString);
+  radioImage_ = load(kRadioImageString);
+  radioHighLightImage_ = load(kRadioHighLightString);
+
+  cancelButton_ = std::make_shared<UIButton>();
+  cancelButton_->setBackgroundImage(cancelImage_, UIControlState::Normal);
+  cancelButton_->addTarget(this, &VLQSurveyViewController::previousTapped,
+                           UIControlEvents::TouchUpInside);
+
+  submitButton_ = std::make_shared<UIButton>();
+  submitButton_->layer().setCornerRadius(10);
+  submitButton_->setClipsToBounds(true);
+  submitButton_->setTitle("Next", UIControlState::Normal);
+  submitButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 16));
+
+  nextButton_ = std::make_shared<UIButton>();
+  nextButton_->setTitleColor(UIColor::lightGrayColor(), UIControlState::Normal);
+  nextButton_->setTitle("Skip", UIControlState::Normal);
+  nextButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 13));
+  nextButton_->addTarget(this, &VLQSurveyViewController::nextButtonTapped,
+                         UIControlEvents::TouchUpInside);
+
+  for (const std::shared_ptr<UIView>& view :
+       {std::static_pointer_cast<UIView>(cancelButton_),
+        std::static_pointer_cast<UIView>(submitButton_),
+        std::static_pointer_cast<UIView>(surveyTableView_),
+        std::static_pointer_cast<UIView>(nextButton_),
+        std::static_pointer_cast<UIView>(vlqSurveyProgressView_)}) {
+    view->setTranslatesAutoresizingMaskIntoConstraints(false);
+  }
+  root->addSubview(cancelButton_);
+  root->addSubview(submitButton_);
+  root->addSubview(vlqSurveyProgressView_);
+  root->addSubview(surveyTableView_);
+  root->addSubview(nextButton_);
+
+  NSLayoutConstraint::activateConstraints({
+      submitButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 25),
+      submitButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -25),
+      submitButton_->bottomAnchor().constraintEqualToAnchor(root->bottomAnchor(), -20),
+      submitButton_->heightAnchor().constraintEqualToConstant(60),
+  });
+  submitButton_->addTarget(this, &VLQSurveyViewController::submitButtonTapped,
+                           UIControlEvents::TouchUpInside);
+  submitButton_->setBackgroundColor(UIColor::rgb255(86, 150, 252, 1));
+  auto& submitLayer = submitButton_->layer();
+  submitLayer.setShadowColor(UIColor::colorWithRed(0, 0, 0, 0.25));
+  submitLayer.setShadowOffset(CGSize{0, 2});
+  submitLayer.setShadowOpacity(1.0);
+  submitLayer.setShadowRadius(0);
+  // The button casts its shadow: it does not clip, and its corners are rounded by 4.
+  submitLayer.setMasksToBounds(false);
+  submitLayer.setCornerRadius(4);
+
+  NSLayoutConstraint::activateConstraints({
+      nextButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -10),
+      nextButton_->topAnchor().constraintEqualToAnchor(vlqSurveyProgressView_->bottomAnchor(), 30),
+      nextButton_->widthAnchor().constraintEqualToConstant(50),
+      nextButton_->heightAnchor().constraintEqualToConstant(50),
+      cancelButton_->heightAnchor().constraintEqualToConstant(50),
+      cancelButton_->widthAnchor().constraintEqualToConstant(50),
+      cancelButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 10),
+      cancelButton_->topAnchor().constraintEqualToAnchor(vlqSurveyProgressView_->bottomAnchor(),
+                                                         30),
+  });
+  vlqSurveyProgressView_->setTintColor(UIColor::rgb255(91, 168, 41, 1));
+  vlqSurveyProgressView_->setProgress(0.0F);
+
+  surveyTableBottomConstraint_ =
+      surveyTableView_->bottomAnchor().constraintEqualToAnchor(submitButton_->topAnchor(), -20);
+  NSLayoutConstraint::activateConstraints({
+      vlqSurveyProgressView_->topAnchor().constraintEqualToAnchor(
+          root->safeAreaLayoutGuide().topAnchor()),
+      vlqSurveyProgressView_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 0),
+      vlqSurveyProgressView_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), 0),
+      vlqSurveyProgressView_->heightAnchor().constraintEqualToConstant(10),
+      surveyTableView_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 10),
+      surveyTableView_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -10),
+      surveyTableBottomConstraint_,
+      surveyTableView_->topAnchor().constraintEqualToAnchor(cancelButton_->bottomAnchor(), 10),
+  });
+  // The table has no header view, so the inert header-height constraint is not made.
+
+  surveyTableView_->registerClass<VLQSurveyOptionCell>(std::string(kOptionCell));
+  surveyTableView_->registerClass<VLQRatingCell>(std::string(kRatingCell));
+  surveyTableView_->registerClass<VLQOtherOptionCell>(std::string(kOtherCell));
+  surveyTableView_->setSeparatorStyle(UITableViewCellSeparatorStyle::None);
+  surveyTableView_->setBackgroundColor(UIColor::whiteColor());
+  surveyTableView_->setAllowsMultipleSelection(true);
+
+  otherRowForwarder_ = std::make_shared<OtherRowForwarder>(this);
+  loadQuestions();
+}
+
+std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
+    UITableView& tableView, NSIndexPath indexPath) {
+  const auto question = currentQuestion();
+  if (!question) return nullptr;
+  if (isEqualToString(question->answerMode(), kRating)) {
+    auto cell = std::dynamic_pointer_cast<VLQRatingCell>(
+        tableView.dequeueReusableCellWithIdentifier(std::string(kRatingCell), indexPath));
+    if (!cell) return nullptr;
+    cell->setRatingDelegate(this);
+    cell->setSelectionStyle(UITableViewCellSelectionStyle::None);
+    ratingSelected(question);
+    toggleSubmitButton();
+    return cell;
+  }
+  const auto choice = choiceAt(indexPath.row());
+  if (!choice) return nullptr;
+  if (choice->isOther()) {
+    auto cell = std::dynamic_pointer_cast<VLQOtherOptionCell>(
+        tableView.dequeueReusableCellWithIdentifier(std::string(kOtherCell), indexPath));
+    if (!cell) return nullptr;
+    cell->setDelegate(otherRowForwarder_);
+    if (responseModel_ && responseModel_->isAnswered()) {
+      // The typed text comes back.
+      if (cell->otherTextView()) cell->otherTextView()->setText(responseModel_->answer());
+    } else {
+      cell->enableWithData(choice);
+    }
+    return cell;
+  }
+  auto cell = std::dynamic_pointer_cast<VLQSurveyOptionCell>(
+      tableView.dequeueReusableCellWithIdentifier(std::string(kOptionCell), indexPath));
+  if (!cell) return nullptr;
+  cell->enableWithData(choice);
+  if (choice->isAnswered()) {
+    tableView.selectRowAtIndexPath(indexPath, true, UITableViewScrollPosition::None);
+    // The table keeps the row selected; the card shows it too.
+    cell->setSelected(true);
+  } else {
+    tableView.deselectRowAtIndexPath(indexPath, true);
+  }
+  return cell;
+}
+
+std::optional<double> VLQSurveyViewController::heightForRowAtIndexPath(UITableView&, NSIndexPath) {
+  return kRowHeight;
+}
+
+std::optional<double> VLQSurveyViewController::heightForHeaderInSection(UITableView&,
+                                                                        std::int64_t) {
+  return kHeaderHeight;
+}
+
+std::shared_ptr<UIView> VLQSurveyViewController::viewForHeaderInSection(UITableView&,
+                                                                        std::int64_t) {
+  auto header = VLQSurveyHeaderView::initWithFrame(CGRectZero);
+  if (questionsCount_ != 0) {
+    const auto question = currentQuestion();
+    if (session::initialQuestionCount() != static_cast<std::int64_t>(questionsCount_) &&
+        cancelButton_) {
+      cancelButton_->setBackgroundImage(backImage_, UIControlState::Normal);
+    }
+    header->enableWithData(question);
+  }
+  return header;
+}
+
+void VLQSurveyViewController::didRatingTapped(std::uint64_t level) {
+  ratingTapped(level);
+}
+
+void VLQSurveyViewController::didTapOtherCell(const std::optional<std::string>& text) {
+  otherTextChanged(text);
+}
+
+void VLQSurveyViewController::keyboardWillShow(const NSNotification& notification) {
+  CGRect keyboard = CGRectZero;
+  const auto& userInfo = notification.userInfo();
+  if (auto entry = userInfo.find(UIKeyboardFrameBeginUserInfoKey); entry != userInfo.end()) {
+    if (const auto* frame = std::any_cast<CGRect>(&entry->second)) keyboard = *frame;
+  }
+  const double keyboardHeight = keyboard.size.height;
+  UIView::animateWithDuration(kKeyboardAnimationSeconds, [this, keyboardHeight] {
+    auto root = view();
+    auto frame = root->frame();
+    frame.origin.y = kKeyboardShiftBase - keyboardHeight;
+    root->setFrame(frame);
+  });
+}
+
+void VLQSurveyViewController::keyboardWillHide(const NSNotification&) {
+  UIView::animateWithDuration(kKeyboardAnimationSeconds, [this] {
+    auto root = view();
+    auto frame = root->frame();
+    frame.origin.y = 0;
+    root->setFrame(frame);
+  });
+}
+
+std::shared_ptr<UIView> VLQSurveyViewController::successAlertView() {
+  return buildSuccessCard(successMessage_, VLQUtilities::keyWindow());
+}
+
+}  // namespace vlq::ui

@@ -1,0 +1,138 @@
+// Moving through a survey: the current question, the progress, the three buttons and the
+// choice order, all driven by taps.
+
+#include <algorithm>
+#include <set>
+
+#include "session/VLQSurveySession.h"
+#include "ui/SurveyPageHarness.h"
+
+namespace vlq::ui::test {
+namespace {
+
+using namespace toolkit;
+
+std::vector<std::string> shownChoiceIds(const VLQSurveyViewController& page) {
+  std::vector<std::string> ids;
+  for (const auto& choice : page.choicesArray())
+    ids.push_back(describe(choice->surveyId()));
+  return ids;
+}
+
+TEST_F(SurveyPageTest, WalksForwardAndBackWithSkip) {
+  show(threeQuestionSurvey());
+  EXPECT_EQ(host->eventNames(), std::vector<std::string>{"vlq_survey_launched"});
+  EXPECT_EQ(host->events()[0].info, (Json{{"survey_id", "s-42"}}));
+  EXPECT_EQ(session::initialQuestionCount(), 3);
+  EXPECT_EQ(page->responseModelArray().size(), 3u);
+  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->cancelImage());
+  EXPECT_EQ(submitTitle(), "Next");
+  EXPECT_FALSE(page->nextButton()->isHidden());
+  EXPECT_EQ(page->surveyTableView()->numberOfRowsInSection(0), 3);
+
+  ASSERT_TRUE(tap(page->nextButton()));
+  EXPECT_EQ(page->tapCount(), 1);
+  EXPECT_EQ(page->questionsCount(), 2u);
+  EXPECT_FLOAT_EQ(page->vlqSurveyProgressView()->progress(), 1.0F / 3.0F);
+  EXPECT_EQ(host->events().back().name, "vlq_survey_skip_button_clicked");
+  EXPECT_EQ(host->events().back().info,
+            (Json{{"survey_id", "s-42"}, {"where", "How did we do?+3"}}));
+  // The header of a later question puts the back image on the corner button; an unanswered
+  // question leaves the large button locked until the row-count rule runs on a reload.
+  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->backImage());
+  EXPECT_EQ(submitTitle(), "Next");
+  EXPECT_TRUE(page->surveyTableView()->allowsMultipleSelection());
+
+  ASSERT_TRUE(tap(page->nextButton()));
+  EXPECT_EQ(page->tapCount(), 2);
+  EXPECT_FLOAT_EQ(page->vlqSurveyProgressView()->progress(), 2.0F / 3.0F);
+  EXPECT_EQ(submitTitle(), "Submit Feedback");
+  // The last question has no "Skip" and needs an answer.
+  EXPECT_TRUE(page->nextButton()->isHidden());
+  EXPECT_FALSE(submitEnabled());
+  EXPECT_EQ(page->surveyTableView()->numberOfRowsInSection(0), 1);
+
+  ASSERT_TRUE(tap(page->cancelButton()));
+  ASSERT_TRUE(tap(page->cancelButton()));
+  EXPECT_EQ(page->tapCount(), 0);
+  EXPECT_EQ(page->vlqSurveyProgressView()->progress(), 0.0F);
+  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->cancelImage());
+  EXPECT_EQ(plugin->dismissals, 0);
+
+  // On the first question the corner button closes the survey, without the close event.
+  ASSERT_TRUE(tap(page->cancelButton()));
+  EXPECT_EQ(plugin->dismissals, 1);
+  EXPECT_EQ(page->tapCount(), 0);
+  const auto names = host->eventNames();
+  EXPECT_EQ(std::count(names.begin(), names.end(), "vlq_survey_close_button_clicked"), 0);
+}
+
+TEST_F(SurveyPageTest, OneQuestionSurveySubmitsFromTheStartAndSkipOnlyFillsTheBar) {
+  show(Json::parse(R"({"questions": [{"id": "1", "title": "Only", "answer_mode": "single_choice",
+                       "choices": [{"id": "a", "value": "A"}]}]})"));
+  EXPECT_EQ(submitTitle(), "Submit Feedback");
+  page->nextButtonTapped(page->nextButton().get());
+  settle();
+  EXPECT_EQ(page->tapCount(), 0);
+  EXPECT_EQ(page->vlqSurveyProgressView()->progress(), 1.0F);
+}
+
+TEST_F(SurveyPageTest, RequiredQuestionsHideSkipWherever) {
+  show(Json::parse(R"({"questions": [
+    {"id": "1", "title": "First", "answer_mode": "single_choice", "is_required": true,
+     "choices": [{"id": "a", "value": "A"}]},
+    {"id": "2", "title": "Second", "answer_mode": "single_choice",
+     "choices": [{"id": "b", "value": "B"}]},
+    {"id": "3", "title": "Third", "answer_mode": "single_choice",
+     "choices": [{"id": "c", "value": "C"}]}]})"));
+  EXPECT_TRUE(page->nextButton()->isHidden());
+  EXPECT_FALSE(tap(page->nextButton())) << "a hidden button takes no tap";
+  EXPECT_FALSE(submitEnabled());
+  tapRow(0);
+  EXPECT_TRUE(submitEnabled());
+  ASSERT_TRUE(tap(page->submitButton()));
+  EXPECT_EQ(page->tapCount(), 1);
+  EXPECT_FALSE(page->nextButton()->isHidden());
+}
+
+TEST_F(SurveyPageTest, ShuffleKeepsTheLastOtherAtTheBottom) {
+  show(Json::parse(R"({"questions": [
+    {"id": "1", "title": "Shuffled", "answer_mode": "multi_choice", "randomize_choices": true,
+     "choices": [{"id": "o1", "value": "Other", "is_other": 1}, {"id": "a", "value": "A"},
+                 {"id": "o2", "value": "Other", "is_other": 1}, {"id": "b", "value": "B"},
+                 {"id": "c", "value": "C"}, {"id": "d", "value": "D"}]},
+    {"id": "2", "title": "Kept", "answer_mode": "single_choice",
+     "choices": [{"id": "x", "value": "X"}, {"id": "o", "value": "Other", "is_other": 1},
+                 {"id": "y", "value": "Y"}]}]})"));
+  auto ids = shownChoiceIds(*page);
+  ASSERT_EQ(ids.size(), 5u);
+  EXPECT_EQ(ids.back(), "o2");
+  std::sort(ids.begin(), ids.end() - 1);
+  EXPECT_EQ(ids, (std::vector<std::string>{"a", "b", "c", "d", "o2"}));
+
+  // Every order of the four shows up over many shuffles: the source is used uniformly.
+  std::set<std::vector<std::string>> orders;
+  for (int round = 0; round < 400; ++round) {
+    page->randomizeChoices(page->questions()->getQuestionForIndexPath(0));
+    orders.insert(shownChoiceIds(*page));
+  }
+  EXPECT_EQ(orders.size(), 24u);
+
+  ASSERT_TRUE(tap(page->nextButton()));
+  EXPECT_EQ(shownChoiceIds(*page), (std::vector<std::string>{"x", "o", "y"}));
+}
+
+TEST_F(SurveyPageTest, EmptySurveyHandsTheScreenBack) {
+  show(Json::parse(R"({"questions": []})"));
+  EXPECT_EQ(plugin->dismissals, 1);
+  EXPECT_EQ(page->surveyTableView()->numberOfRowsInSection(0), 0);
+  // Its buttons do nothing harmful either.
+  page->submitButtonTapped(page->submitButton().get());
+  page->nextButtonTapped(page->nextButton().get());
+  page->previousTapped(page->cancelButton().get());
+  settle();
+  loop->advance(1);
+}
+
+}  // namespace
+}  // namespace vlq::ui::test
