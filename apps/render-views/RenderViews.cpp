@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/render-views/InvitationScenes.h"
 #include "apps/render-views/PageScenes.h"
 #include "host/VLQSurveyConstants.h"
 #include "model/VLQChoiceModel.h"
@@ -134,6 +135,8 @@ int main(int argc, char** argv) {
   int failures = 0;
   auto all = scenes();
   for (auto& scene : vlq::render::pageScenes())
+    all.push_back(std::move(scene));
+  for (auto& scene : vlq::render::invitationScenes())
     all.push_back(std::move(scene));
   for (const auto& scene : all) {
     const auto view = scene.build();

@@ -1,0 +1,318 @@
+#include "plugin/VLQSurveyPlugin.h"
+
+#include <string_view>
+#include <utility>
+
+#include "host/Log.h"
+#include "host/VLQContextEvaluator.h"
+#include "host/VLQController.h"
+#include "host/VLQSurveyConstants.h"
+#include "host/VLQUtilities.h"
+#include "model/VLQQuestionsModel.h"
+#include "toolkit/Clock.h"
+#include "toolkit/DispatchQueue.h"
+#include "toolkit/NSFileManager.h"
+#include "toolkit/NSLayoutConstraint.h"
+#include "ui/JsonText.h"
+#include "ui/VLQSurveyViewController.h"
+
+namespace vlq::plugin {
+
+using namespace toolkit;
+
+namespace {
+
+// Runs one step of the plug-in; a failure ends the step quietly instead of reaching the host.
+template <class Step>
+void contained(Step&& step) noexcept {
+  try {
+    step();
+  } catch (...) {
+  }
+}
+
+std::optional<std::string> stringOrNothing(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::shared_ptr<VLQSurveyPlugin> VLQSurveyPlugin::create() {
+  struct Made : VLQSurveyPlugin {};
+  return std::make_shared<Made>();
+}
+
+void VLQSurveyPlugin::initialize(const std::any&) {
+  contained([&] {
+    VLQContextEvaluator::sharedInstance();
+    VLQController::sharedController()->getSyncDataForActionType(
+        "surveys", std::string(kSurveyPluginVersion),
+        [plugin = self()] { contained([&] { plugin->syncDidComplete(); }); });
+    logInfo("Survey Plugin(" + std::string(kSurveyPluginVersion) + ") - Initialized",
+            "-[VLQSurveyPlugin initialize:]", 42);
+  });
+}
+
+bool VLQSurveyPlugin::start() {
+  return true;
+}
+
+bool VLQSurveyPlugin::stop() {
+  return false;
+}
+
+void VLQSurveyPlugin::syncDidComplete() {
+  VLQController::sharedController()->registerForEventWithType(kSurveyTriggerEventType, self());
+  const auto libraries = NSSearchPathForDirectoriesInDomains(
+      NSSearchPathDirectory::NSLibraryDirectory, NSSearchPathDomainMask::NSUserDomainMask, true);
+  if (libraries.empty()) return;
+  const auto path =
+      stringByAppendingPathComponent(libraries.front(), std::string(kSurveyConfigLocation));
+  // Without the file no survey can ever match; the document read last stays.
+  if (!NSFileManager::defaultManager().fileExistsAtPath(path)) return;
+  auto document = std::make_shared<const Json>(VLQUtilities::readConfig(path));
+  {
+    std::lock_guard lock(mutex_);
+    surveyConfig_ = document;
+  }
+  VLQContextEvaluator::sharedInstance()->parseConfiguration(*document);
+}
+
+void VLQSurveyPlugin::onEvent(std::shared_ptr<const VLQEvent> event) {
+  contained([&] {
+    if (!event || event->eventType() != kSurveyTriggerEventType) return;
+    // Kept before the busy test: a trigger during a survey still replaces the stored event.
+    {
+      std::lock_guard lock(mutex_);
+      surveyEvent_ = event;
+    }
+    // Testing and setting in one step lets exactly one of several simultaneous triggers through.
+    if (isSurveyInAction_.exchange(true)) return;
+    mainQueue().async([plugin = self()] {
+      contained([&] {
+        if (const auto keyWindow = VLQUtilities::keyWindow())
+          plugin->currentViewCntrl_ = keyWindow->rootViewController();
+      });
+    });
+    addLaunchViewToWindow();
+  });
+}
+
+void VLQSurveyPlugin::addLaunchViewToWindow() {
+  contained([&] {
+    isSurveyInAction_.store(true);
+    // The main queue is serial, so the capture of the application's controller runs first.
+    std::shared_ptr<UIWindow> keyWindow;
+    mainQueue().sync([&] {
+      keyWindow = VLQUtilities::keyWindow();
+      window_ = keyWindow;
+    });
+    // Without a window, or without a match below, the plug-in deliberately stays busy.
+    if (!keyWindow) return;
+
+    std::shared_ptr<const Json> document;
+    {
+      std::lock_guard lock(mutex_);
+      document = surveyConfig_;
+    }
+    if (!document) return;
+    const Json& configs = valueForKey(*document, "configs");
+    if (!configs.is_array()) return;
+    for (const Json& entry : configs) {
+      Json eventId;
+      {
+        std::lock_guard lock(mutex_);
+        if (surveyEvent_) eventId = valueForKey(surveyEvent_->additionalInfo(), "id");
+      }
+      const Json& entryId = valueForKey(entry, "_id");
+      // Ids are strings; anything else never matches.
+      if (!eventId.is_string() || !isEqualToString(entryId, eventId.get<std::string>())) continue;
+      const Json& ui = valueForKey(entry, "ui");
+      if (!ui.is_object()) continue;
+      double delay = 0;
+      {
+        std::lock_guard lock(mutex_);
+        surveyId_ = entryId.get<std::string>();
+        dialogDictionary_ = ui;
+        successMessage_ = boolValue(valueForKey(ui, "show_success_message"))
+                              ? stringOrNothing(valueForKey(ui, "success_message"))
+                              : std::nullopt;
+        delayInterval_ = doubleValue(valueForKey(ui, "delay")) / 1000.0;
+        delay = delayInterval_;
+      }
+      // Every matching entry schedules its own invitation; the fields keep the last match.
+      VLQController::sharedController()->executeAfterDelay(
+          delay, [plugin = self(), entry] { contained([&] { plugin->delayDidExpire(entry); }); });
+    }
+  });
+}
+
+void VLQSurveyPlugin::delayDidExpire(const Json& entry) {
+  Json dialog;
+  {
+    std::lock_guard lock(mutex_);
+    dialog = valueForKey(dialogDictionary_, "dialog_config");
+  }
+  auto config = DialogConfig::initWith(valueForKey(entry, "ui"));
+  {
+    std::lock_guard lock(mutex_);
+    dialogConfig_ = std::move(config);
+  }
+  // No dialog configuration (missing, null, or not an object): the survey opens at once.
+  if (!dialog.is_object()) {
+    mainQueue().async([plugin = self()] { plugin->willShowSurvey(); });
+  } else {
+    mainQueue().async([plugin = self()] { contained([&] { plugin->showInvitation(); }); });
+  }
+}
+
+void VLQSurveyPlugin::showInvitation() {
+  std::optional<std::string> id;
+  std::shared_ptr<DialogConfig> config;
+  {
+    std::lock_guard lock(mutex_);
+    id = surveyId_;
+    config = dialogConfig_;
+  }
+  // A dismissal between the delay and now has cleared the configuration: a card without texts.
+  if (!config) config = std::make_shared<DialogConfig>();
+  VLQController::sharedController()->logAppEventWithName(
+      "vlq_survey_dialog_launched", Json{{"survey_id", id ? Json(*id) : Json()}});
+
+  auto card = std::make_shared<ui::VLQSurveyDialogView>();
+  surveyDialogView_ = card;
+  const auto round = config->isRoundButton();
+  card->setIsRoundButton(round ? Json(*round) : Json());
+  card->setSurveyId(id);
+  card->layoutSubviews();
+  card->setTranslatesAutoresizingMaskIntoConstraints(false);
+  card->setBackgroundColor(UIColor::rgb255(kDialogGrey, kDialogGrey, kDialogGrey, 1.0));
+  // A missing text shows as "(null)" on a button and as nothing on a label.
+  card->surveyYesButton()->setTitle(describe(config->yesText()), UIControlState::Normal);
+  card->surveyNoButton()->setTitle(describe(config->noText()), UIControlState::Normal);
+  card->surveyTitle()->setText(ui::displayText(config->title()));
+  card->surveySubTitle()->setText(ui::displayText(config->surveyDescription()));
+
+  const auto window = window_;
+  if (!window) return;
+  auto backdrop = std::make_shared<UIView>();
+  bgView_ = backdrop;
+  backdrop->setTranslatesAutoresizingMaskIntoConstraints(false);
+  backdrop->setBackgroundColor(UIColor::clearColor());
+  window->addSubview(backdrop);
+  NSLayoutConstraint::activateConstraints({
+      backdrop->leadingAnchor().constraintEqualToAnchor(window->leadingAnchor()),
+      backdrop->trailingAnchor().constraintEqualToAnchor(window->trailingAnchor()),
+      backdrop->topAnchor().constraintEqualToAnchor(window->topAnchor()),
+      backdrop->bottomAnchor().constraintEqualToAnchor(window->bottomAnchor()),
+  });
+  backdrop->addSubview(card);
+
+  blur_ = UIBlurEffect::effectWithStyle(UIBlurEffectStyle::Light);
+  effectView_ = std::make_shared<UIVisualEffectView>(blur_);
+  effectView_->setFrame(window->frame());
+  window->addSubview(effectView_);
+
+  // Onto the window itself, above the blur.
+  window->addSubview(card);
+  card->layer().setZPosition(1.0);
+  const auto constraints = {
+      card->topAnchor().constraintEqualToAnchor(backdrop->topAnchor(),
+                                                window->bounds().height() / 2.0),
+      card->leadingAnchor().constraintEqualToAnchor(backdrop->leadingAnchor(), kDialogMargin),
+      card->trailingAnchor().constraintEqualToAnchor(backdrop->trailingAnchor(), -kDialogMargin),
+      card->bottomAnchor().constraintEqualToAnchor(backdrop->bottomAnchor(), -kDialogMargin),
+  };
+  for (const auto& constraint : constraints)
+    constraint->setActive(true);
+
+  card->setTag(kSurveyDialogTag);
+  card->setSurveyPlugin(self());
+  card->layer().setCornerRadius(kDialogMargin);
+}
+
+void VLQSurveyPlugin::willShowSurvey() {
+  contained([&] {
+    Json survey;
+    std::optional<std::string> id;
+    std::optional<std::string> message;
+    {
+      std::lock_guard lock(mutex_);
+      survey = dialogDictionary_;
+      id = surveyId_;
+      message = successMessage_;
+    }
+    auto page = std::make_shared<ui::VLQSurveyViewController>();
+    page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(survey));
+    page->setSurveyId(id.value_or(std::string()));
+    page->setLaunchTime(timeIntervalSince1970() * 1000.0);
+    page->setSurveyPlugin(self());
+    page->setSuccessMessage(message);
+    const auto window = window_;
+    if (!window) return;
+
+    auto navigation = std::make_shared<UINavigationController>(page);
+    navigation->setNavigationBarHidden(true);
+    // The card goes; the backdrop and the blur stay until the dismissal.
+    if (const auto card = window->viewWithTag(kSurveyDialogTag)) card->removeFromSuperview();
+    window->setRootViewController(navigation);
+    window->makeKeyAndVisible();
+  });
+}
+
+void VLQSurveyPlugin::willDismissSurvey() {
+  contained([&] {
+    mainQueue().async([plugin = self()] { contained([&] { plugin->dismissSurvey(); }); });
+  });
+}
+
+void VLQSurveyPlugin::dismissSurvey() {
+  const auto window = window_;
+  if (!window) return;
+  // The blur view stays in the window with no size; only the card and the backdrop leave.
+  if (effectView_) effectView_->setFrame(CGRectZero);
+  if (surveyDialogView_) surveyDialogView_->removeFromSuperview();
+  if (bgView_) bgView_->removeFromSuperview();
+  window->setRootViewController(currentViewCntrl_);
+  isSurveyInAction_.store(false);
+  std::lock_guard lock(mutex_);
+  dialogConfig_ = nullptr;
+}
+
+Json VLQSurveyPlugin::surveyConfig() const {
+  std::lock_guard lock(mutex_);
+  return surveyConfig_ ? *surveyConfig_ : Json();
+}
+
+std::shared_ptr<const VLQEvent> VLQSurveyPlugin::surveyEvent() const {
+  std::lock_guard lock(mutex_);
+  return surveyEvent_;
+}
+
+std::optional<std::string> VLQSurveyPlugin::surveyId() const {
+  std::lock_guard lock(mutex_);
+  return surveyId_;
+}
+
+Json VLQSurveyPlugin::dialogDictionary() const {
+  std::lock_guard lock(mutex_);
+  return dialogDictionary_;
+}
+
+std::optional<std::string> VLQSurveyPlugin::successMessage() const {
+  std::lock_guard lock(mutex_);
+  return successMessage_;
+}
+
+double VLQSurveyPlugin::delayInterval() const {
+  std::lock_guard lock(mutex_);
+  return delayInterval_;
+}
+
+std::shared_ptr<DialogConfig> VLQSurveyPlugin::dialogConfig() const {
+  std::lock_guard lock(mutex_);
+  return dialogConfig_;
+}
+
+}  // namespace vlq::plugin
