@@ -1,0 +1,64 @@
+#include "sim/InteractiveRun.h"
+
+#include <QGuiApplication>
+#include <QTimer>
+#include <functional>
+#include <memory>
+
+#include "toolkit/UIWindow.h"
+#include "toolkit/qt/MainQueuePump.h"
+#include "toolkit/qt/ScreenWindow.h"
+
+namespace vlq::sim {
+
+namespace {
+
+// The pause between two scripted actions, so that a watcher can follow them.
+constexpr int kActionPauseMs = 700;
+
+std::optional<double> waitSeconds(const ScriptLine& line) {
+  if (line.words.size() != 2 || line.words[0] != "wait") return std::nullopt;
+  try {
+    return std::stod(line.words[1]);
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& script,
+                Output& output) {
+  auto loop = toolkit::qt::installRealTimeMainLoop();
+  Simulator simulator(options, output);
+  if (!simulator.start(loop)) return 1;
+
+  toolkit::qt::ScreenWindow screen(simulator.window(), 1);
+  screen.setTitle("VLQSurveyPlugin simulator");
+  toolkit::qt::MainQueuePump pump(loop, [&] {
+    simulator.settle();
+    screen.update();
+  });
+  screen.show();
+
+  // Plays the script from Qt's event loop: each action, then a pause (or the wait it asks for).
+  std::size_t next = 0;
+  std::function<void()> playNext = [&] {
+    if (next >= script.size()) return;
+    const auto& line = script[next++];
+    int pauseMs = kActionPauseMs;
+    if (auto seconds = waitSeconds(line)) {
+      pauseMs = static_cast<int>(*seconds * 1000);
+    } else {
+      simulator.perform(line);
+      screen.update();
+    }
+    QTimer::singleShot(pauseMs, playNext);
+  };
+  if (!script.empty()) QTimer::singleShot(kActionPauseMs, playNext);
+  const int status = QGuiApplication::exec();
+  simulator.finish();
+  return status == 0 ? 0 : 1;
+}
+
+}  // namespace vlq::sim

@@ -1,0 +1,77 @@
+#include "sim/Script.h"
+
+#include <sstream>
+
+namespace vlq::sim {
+
+std::optional<std::vector<std::string>> splitScriptLine(const std::string& line,
+                                                        std::string& error) {
+  std::vector<std::string> words;
+  std::size_t at = 0;
+  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+  while (at < line.size()) {
+    while (at < line.size() && blank(line[at]))
+      ++at;
+    if (at >= line.size() || line[at] == '#') break;
+    std::string word;
+    if (line[at] == '"') {
+      ++at;
+      bool closed = false;
+      while (at < line.size()) {
+        const char c = line[at++];
+        if (c == '"') {
+          closed = true;
+          break;
+        }
+        if (c != '\\') {
+          word += c;
+          continue;
+        }
+        if (at >= line.size()) break;
+        const char escaped = line[at++];
+        if (escaped == 'n') {
+          word += '\n';
+        } else if (escaped == '"' || escaped == '\\') {
+          word += escaped;
+        } else {
+          error = std::string("unknown escape \\") + escaped;
+          return std::nullopt;
+        }
+      }
+      if (!closed) {
+        error = "unterminated quote";
+        return std::nullopt;
+      }
+      if (at < line.size() && !blank(line[at]) && line[at] != '#') {
+        error = "a quoted word must be followed by a space";
+        return std::nullopt;
+      }
+    } else {
+      while (at < line.size() && !blank(line[at]))
+        word += line[at++];
+    }
+    words.push_back(std::move(word));
+  }
+  return words;
+}
+
+std::vector<ScriptLine> parseScript(const std::string& text, std::optional<ScriptError>& error) {
+  std::vector<ScriptLine> lines;
+  std::istringstream input(text);
+  std::string line;
+  int number = 0;
+  while (std::getline(input, line)) {
+    ++number;
+    std::string message;
+    auto words = splitScriptLine(line, message);
+    if (!words) {
+      error = ScriptError{number, message};
+      return lines;
+    }
+    if (words->empty()) continue;
+    lines.push_back({number, line, std::move(*words)});
+  }
+  return lines;
+}
+
+}  // namespace vlq::sim

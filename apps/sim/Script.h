@@ -1,0 +1,32 @@
+#pragma once
+
+// The simulator's scripts: one action per line, "#" starts a comment, blank lines are skipped.
+// Words are separated by spaces; a word in double quotes may hold spaces, and inside the quotes
+// \n, \" and \\ stand for a newline, a quote and a backslash.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vlq::sim {
+
+struct ScriptLine {
+  int number = 0;    // 1-based line number in the script
+  std::string text;  // the line as written, for messages
+  std::vector<std::string> words;
+};
+
+struct ScriptError {
+  int line = 0;
+  std::string message;
+};
+
+// Splits one line into words; nullopt with `error` set for an unterminated quote or an unknown
+// escape. A line holding only blanks or a comment gives no words.
+std::optional<std::vector<std::string>> splitScriptLine(const std::string& line,
+                                                        std::string& error);
+
+// Every non-empty line of `text`, split; stops at the first malformed line and reports it.
+std::vector<ScriptLine> parseScript(const std::string& text, std::optional<ScriptError>& error);
+
+}  // namespace vlq::sim

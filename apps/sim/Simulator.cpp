@@ -1,0 +1,361 @@
+#include "sim/Simulator.h"
+
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "collector/CollectorServer.h"
+#include "host/Log.h"
+#include "host/VLQEvent.h"
+#include "host/VLQSurveyConstants.h"
+#include "host/reference/ReferenceHost.h"
+#include "plugin/VLQSurveyPlugin.h"
+#include "sim/DemoAppScreen.h"
+#include "sim/StateDump.h"
+#include "toolkit/DispatchQueue.h"
+#include "toolkit/NSBundle.h"
+#include "toolkit/RandomSource.h"
+#include "toolkit/UIKeyInput.h"
+#include "toolkit/UITextView.h"
+#include "toolkit/UIWindow.h"
+#include "toolkit/VirtualRunLoop.h"
+#include "toolkit/qt/WindowRenderer.h"
+#include "ui/JsonText.h"
+#include "ui/VLQOtherOptionCell.h"
+#include "ui/VLQRatingCell.h"
+#include "ui/VLQSurveyDialogView.h"
+#include "ui/VLQSurveyViewController.h"
+
+namespace vlq::sim {
+
+using namespace toolkit;
+
+namespace {
+
+constexpr double kPhoneWidth = 390;
+constexpr double kPhoneHeight = 844;
+constexpr std::int64_t kSurveyTriggerEvent = 15;
+
+std::filesystem::path makeWorkDirectory() {
+  std::random_device device;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const auto path =
+        std::filesystem::temp_directory_path() / ("vlq-survey-sim-" + std::to_string(device()));
+    std::error_code error;
+    if (std::filesystem::create_directory(path, error)) return path;
+  }
+  return {};
+}
+
+std::optional<double> parseNumber(const std::string& text) {
+  try {
+    std::size_t used = 0;
+    const double value = std::stod(text, &used);
+    if (used != text.size()) return std::nullopt;
+    return value;
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+// UTF-8 text split into characters, so that "keys" types one character per key press.
+std::vector<std::string> characters(const std::string& text) {
+  std::vector<std::string> result;
+  for (std::size_t at = 0; at < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    length = std::min(length, text.size() - at);
+    result.push_back(text.substr(at, length));
+    at += length;
+  }
+  return result;
+}
+
+}  // namespace
+
+Simulator::Simulator(SimulatorOptions options, Output& output)
+    : options_(std::move(options)), output_(output) {}
+
+Simulator::~Simulator() {
+  finish();
+  std::error_code error;
+  if (!workDirectory_.empty()) std::filesystem::remove_all(workDirectory_, error);
+}
+
+bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
+  mainLoop_ = std::move(mainLoop);
+  virtualLoop_ = std::dynamic_pointer_cast<VirtualRunLoop>(mainLoop_);
+
+  std::ifstream config(options_.configPath, std::ios::binary);
+  if (!config) {
+    output_.message("cannot read the configuration file " + options_.configPath);
+    return false;
+  }
+  workDirectory_ = makeWorkDirectory();
+  if (workDirectory_.empty()) {
+    output_.message("cannot create a working directory");
+    return false;
+  }
+
+  collector::CollectorOptions collectorOptions;
+  collectorOptions.status = options_.status;
+  std::string error;
+  collector_ = collector::CollectorServer::start(collectorOptions, &error);
+  if (!collector_) {
+    output_.message("cannot start the response collector: " + error);
+    return false;
+  }
+  collector_->setResponseObserver([this](const collector::StoredResponse& response) {
+    output_.line(Json{{"kind", "post"},
+                      {"url", response.url},
+                      {"status", response.status},
+                      {"body", response.body}});
+  });
+
+  LOG_LEVEL.store(options_.logLevel);
+  setLogSink([this](std::string_view line) {
+    std::string text(line);
+    if (!text.empty() && text.back() == '\n') text.pop_back();
+    output_.line(Json{{"kind", "log"}, {"line", text}});
+  });
+  if (options_.seed) setCurrentRandomSource(std::make_shared<SeededRandomSource>(*options_.seed));
+
+  reference::ReferenceHostOptions hostOptions;
+  hostOptions.libraryDirectory = (workDirectory_ / "Library").string();
+  hostOptions.serviceAddress = collector_->baseUrl();
+  // The host's sync copies the document byte for byte into the Library directory.
+  hostOptions.syncSource = std::filesystem::absolute(options_.configPath).string();
+  hostOptions.settingsFile = options_.hostPath;
+  std::filesystem::create_directories(hostOptions.libraryDirectory);
+  host_ = reference::ReferenceHost::create(hostOptions);
+  if (!host_) {
+    output_.message("cannot start the host");
+    return false;
+  }
+  host_->setEventObserver([this](const std::string& name, const Json& info) {
+    output_.line(Json{{"kind", "event"}, {"name", name}, {"info", info}});
+  });
+  host_->install();
+
+  // The application's images and the plug-in's own bundle.
+  NSBundle::setMainBundlePath(options_.resourcesDirectory + "/app");
+  NSBundle::registerBundle(std::string(kSurveyBundle), options_.resourcesDirectory + "/plugin");
+
+  window_ = std::make_shared<UIWindow>(CGRectMake(0, 0, kPhoneWidth, kPhoneHeight));
+  window_->setWindowSafeAreaInsets({47, 0, 34, 0});
+  window_->setRootViewController(std::make_shared<DemoAppScreen>());
+  window_->makeKeyAndVisible();
+
+  plugin_ = plugin::VLQSurveyPlugin::create();
+  plugin_->initialize(Json());
+  settle();
+  return true;
+}
+
+void Simulator::settle() {
+  if (virtualLoop_) virtualLoop_->runUntilIdle();
+  if (window_) window_->layoutIfNeeded();
+}
+
+void Simulator::advance(double seconds) {
+  if (virtualLoop_) virtualLoop_->advance(seconds);
+  settle();
+}
+
+void Simulator::finish() {
+  if (!host_) return;
+  settle();
+  host_->shutdown();
+  if (collector_) collector_->stop();
+  setLogSink({});
+  VLQController::installSharedController(nullptr);
+  host_.reset();
+  // The cards and the survey page hold the plug-in, which holds them and the window: let go of
+  // all of them so that the run ends with nothing left behind.
+  if (window_) {
+    for (const auto& view : window_->subviews()) {
+      if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view)) {
+        card->setSurveyPlugin(nullptr);
+      }
+    }
+    if (plugin_ && plugin_->surveyDialogView())
+      plugin_->surveyDialogView()->setSurveyPlugin(nullptr);
+    window_->setRootViewController(nullptr);
+    while (!window_->subviews().empty())
+      window_->subviews().back()->removeFromSuperview();
+  }
+  plugin_.reset();
+  window_.reset();
+}
+
+std::shared_ptr<ui::VLQSurveyViewController> Simulator::page() const {
+  return findSurveyPage(*window_);
+}
+
+std::shared_ptr<ui::VLQSurveyDialogView> Simulator::topDialog() const {
+  return findTopDialog(*window_);
+}
+
+void Simulator::perform(const ScriptLine& line) {
+  settle();
+  const auto& words = line.words;
+  const auto& action = words.front();
+  const auto wrongArguments = [&] {
+    output_.note("line " + std::to_string(line.number) + ": wrong arguments for \"" + action +
+                 "\"");
+  };
+  if (action == "trigger") {
+    if (words.size() != 2) return wrongArguments();
+    host_->raiseEvent(VLQEvent(kSurveyTriggerEvent, Json{{"id", words[1]}}));
+  } else if (action == "event") {
+    if (words.size() != 3) return wrongArguments();
+    const auto type = parseNumber(words[1]);
+    Json info = Json::parse(words[2], nullptr, false);
+    if (!type || info.is_discarded()) return wrongArguments();
+    host_->raiseEvent(VLQEvent(static_cast<std::int64_t>(*type), std::move(info)));
+  } else if (action == "wait") {
+    const auto seconds = words.size() == 2 ? parseNumber(words[1]) : std::nullopt;
+    if (!seconds || *seconds < 0) return wrongArguments();
+    advance(*seconds);
+  } else if (action == "tap") {
+    tapAction(words);
+  } else if (action == "rate") {
+    const auto level = words.size() == 2 ? parseNumber(words[1]) : std::nullopt;
+    if (!level || *level < 0 || *level > 4 || *level != static_cast<int>(*level)) {
+      return wrongArguments();
+    }
+    const auto survey = page();
+    const auto row = survey ? std::dynamic_pointer_cast<ui::VLQRatingCell>(
+                                  survey->surveyTableView()->cellForRowAtIndexPath({0, 0}))
+                            : nullptr;
+    if (!row) return output_.note("rate: no rating row on screen");
+    const std::shared_ptr<UIView> buttons[] = {row->buttonPoor(), row->buttonAverage(),
+                                               row->buttonGood(), row->buttonSuper(),
+                                               row->buttonFantastic()};
+    tapView(buttons[static_cast<int>(*level)], "rating button " + words[1]);
+  } else if (action == "type" || action == "focus" || action == "keys" || action == "backspace" ||
+             action == "paste" || action == "return") {
+    keyAction(action, words);
+  } else if (action == "screenshot") {
+    if (words.size() != 2) return wrongArguments();
+    screenshot(words[1]);
+  } else if (action == "dump") {
+    output_.line(dumpState(*window_, plugin_));
+  } else {
+    output_.note("line " + std::to_string(line.number) + ": unknown action \"" + action + "\"");
+  }
+  settle();
+}
+
+void Simulator::tapView(const std::shared_ptr<UIView>& view, const std::string& what) {
+  if (!view || !window_->tapView(*view)) {
+    output_.note("tap " + what + ": nothing to tap (hidden, covered, off screen or inactive)");
+  }
+}
+
+void Simulator::tapRow(std::int64_t row, const std::string& what) {
+  const auto survey = page();
+  const auto cell = survey ? survey->surveyTableView()->cellForRowAtIndexPath({0, row}) : nullptr;
+  if (!cell) return output_.note("tap " + what + ": no such row on screen");
+  // The card's left margin: a finger there selects the row rather than editing a field.
+  const CGPoint point = cell->convertPointToView({4, cell->bounds().size.height / 2}, nullptr);
+  const auto hit = window_->hitTest(point);
+  if (!hit || !hit->isDescendantOfView(cell.get())) {
+    return output_.note("tap " + what + ": the row is covered or off screen");
+  }
+  window_->tapAtPoint(point);
+}
+
+void Simulator::tapAction(const std::vector<std::string>& words) {
+  if (words.size() < 2) return output_.note("tap: what to tap is missing");
+  const auto& target = words[1];
+  if (target == "yes" || target == "no") {
+    const auto dialog = topDialog();
+    if (!dialog) return output_.note("tap " + target + ": no invitation on screen");
+    return tapView(target == "yes" ? std::static_pointer_cast<UIView>(dialog->surveyYesButton())
+                                   : std::static_pointer_cast<UIView>(dialog->surveyNoButton()),
+                   target);
+  }
+  if (target == "cancel" || target == "skip" || target == "submit") {
+    const auto survey = page();
+    if (!survey) return output_.note("tap " + target + ": no survey on screen");
+    const auto button = target == "cancel" ? survey->cancelButton()
+                        : target == "skip" ? survey->nextButton()
+                                           : survey->submitButton();
+    return tapView(button, target);
+  }
+  if (target == "choice" && words.size() == 3) {
+    const auto survey = page();
+    if (!survey) return output_.note("tap choice: no survey on screen");
+    const auto& choices = survey->choicesArray();
+    for (std::size_t row = 0; row < choices.size(); ++row) {
+      if (choices[row] && ui::displayText(choices[row]->surveyValue()) == words[2]) {
+        return tapRow(static_cast<std::int64_t>(row), "choice \"" + words[2] + "\"");
+      }
+    }
+    return output_.note("tap choice: no choice \"" + words[2] + "\"");
+  }
+  if (target == "row" && words.size() == 3) {
+    const auto row = parseNumber(words[2]);
+    if (!row || *row < 0 || *row != static_cast<std::int64_t>(*row)) {
+      return output_.note("tap row: not a row number: " + words[2]);
+    }
+    return tapRow(static_cast<std::int64_t>(*row), "row " + words[2]);
+  }
+  output_.note("tap: unknown target \"" + target + "\"");
+}
+
+void Simulator::focusOtherField() {
+  const auto survey = page();
+  if (!survey) return output_.note("focus: no survey on screen");
+  for (const auto& cell : survey->surveyTableView()->visibleCells()) {
+    if (auto other = std::dynamic_pointer_cast<ui::VLQOtherOptionCell>(cell)) {
+      return tapView(other->otherTextView(), "the Other field");
+    }
+  }
+  output_.note("focus: no Other field on screen");
+}
+
+void Simulator::keyAction(const std::string& action, const std::vector<std::string>& words) {
+  if (action == "focus" || action == "type") {
+    focusOtherField();
+    settle();
+  }
+  const bool takesText =
+      action == "type" || action == "keys" || action == "paste" || action == "backspace";
+  if (takesText && words.size() != 2) return output_.note(action + ": one argument expected");
+  if (action == "focus") return;
+  auto* field = dynamic_cast<UIKeyInput*>(window_->firstResponder().get());
+  if (!field) return output_.note(action + ": no field is being edited");
+  if (action == "type" || action == "keys") {
+    for (const auto& character : characters(words[1]))
+      field->insertText(character);
+    if (action == "type") field->insertText("\n");
+  } else if (action == "paste") {
+    field->paste(words[1]);
+  } else if (action == "backspace") {
+    const auto count = parseNumber(words[1]);
+    if (!count || *count < 0) return output_.note("backspace: not a count: " + words[1]);
+    for (int i = 0; i < static_cast<int>(*count); ++i)
+      field->deleteBackward();
+  } else if (action == "return") {
+    field->insertText("\n");
+  }
+}
+
+void Simulator::screenshot(const std::string& name) {
+  if (options_.screenshotDirectory.empty()) {
+    return output_.note("screenshot " + name + ": no --screenshots directory given");
+  }
+  std::error_code error;
+  std::filesystem::create_directories(options_.screenshotDirectory, error);
+  const auto path =
+      (std::filesystem::path(options_.screenshotDirectory) / (name + ".png")).string();
+  if (!qt::renderToPNG(*window_, path, options_.scale)) {
+    output_.note("screenshot " + name + ": cannot write " + path);
+  } else {
+    output_.message("screenshot " + path);
+  }
+}
+
+}  // namespace vlq::sim

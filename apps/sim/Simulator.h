@@ -1,0 +1,99 @@
+#pragma once
+
+// A scripted run of the plug-in on the reference host: an embedded response collector on
+// 127.0.0.1, a phone-sized key window showing a small application screen, the plug-in, and the
+// actions of a script performed as a finger or a keyboard would.
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim/Output.h"
+#include "sim/Script.h"
+
+namespace vlq::toolkit {
+class RunLoop;
+class VirtualRunLoop;
+class UIWindow;
+class UIView;
+class UITableViewCell;
+}  // namespace vlq::toolkit
+
+namespace vlq::collector {
+class CollectorServer;
+}
+
+namespace vlq::reference {
+class ReferenceHost;
+}
+
+namespace vlq {
+namespace plugin {
+class VLQSurveyPlugin;
+}
+namespace ui {
+class VLQSurveyViewController;
+class VLQSurveyDialogView;
+}  // namespace ui
+}  // namespace vlq
+
+namespace vlq::sim {
+
+struct SimulatorOptions {
+  std::string configPath;
+  std::string hostPath;  // empty: default host values
+  int status = 200;
+  std::uint64_t logLevel = 0;
+  std::optional<std::uint32_t> seed;
+  std::string screenshotDirectory;  // empty: no screenshots
+  double scale = 3;
+  // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
+  std::string resourcesDirectory = VLQ_RESOURCES_DIR;
+};
+
+class Simulator {
+ public:
+  Simulator(SimulatorOptions options, Output& output);
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  // Starts the collector and the host, creates the plug-in, initialises it and lets the sync
+  // complete. False, with a message, when the run cannot start.
+  bool start(std::shared_ptr<toolkit::RunLoop> mainLoop);
+  // Performs one script line; problems with the action itself become notes.
+  void perform(const ScriptLine& line);
+  // Lets every in-flight piece of work finish, then shuts the host and the collector down.
+  void finish();
+
+  // What a device does between two touches: run what is due, lay the window out.
+  void settle();
+  const std::shared_ptr<toolkit::UIWindow>& window() const { return window_; }
+
+ private:
+  void tapView(const std::shared_ptr<toolkit::UIView>& view, const std::string& what);
+  void tapRow(std::int64_t row, const std::string& what);
+  void tapAction(const std::vector<std::string>& words);
+  void keyAction(const std::string& action, const std::vector<std::string>& words);
+  void focusOtherField();
+  void screenshot(const std::string& name);
+  void advance(double seconds);
+
+  std::shared_ptr<ui::VLQSurveyViewController> page() const;
+  std::shared_ptr<ui::VLQSurveyDialogView> topDialog() const;
+
+  SimulatorOptions options_;
+  Output& output_;
+  std::filesystem::path workDirectory_;
+  std::shared_ptr<toolkit::RunLoop> mainLoop_;
+  std::shared_ptr<toolkit::VirtualRunLoop> virtualLoop_;  // null when real time runs
+  std::unique_ptr<collector::CollectorServer> collector_;
+  std::shared_ptr<reference::ReferenceHost> host_;
+  std::shared_ptr<toolkit::UIWindow> window_;
+  std::shared_ptr<plugin::VLQSurveyPlugin> plugin_;
+};
+
+}  // namespace vlq::sim
