@@ -64,10 +64,15 @@ Json surveyState(ui::VLQSurveyViewController& page) {
     const auto choice = static_cast<std::size_t>(row) < choices.size() ? choices[row] : nullptr;
     const bool isSelected =
         std::find(selected.begin(), selected.end(), NSIndexPath(0, row)) != selected.end();
-    rows.push_back(
-        {{"kind", choice && choice->isOther() ? "other" : "option"},
-         {"text", choice ? optionalText(ui::displayText(choice->surveyValue())) : Json()},
-         {"selected", isSelected}});
+    Json entry = {{"kind", choice && choice->isOther() ? "other" : "option"},
+                  {"text", choice ? optionalText(ui::displayText(choice->surveyValue())) : Json()},
+                  {"selected", isSelected}};
+    // What the Other row's field shows: the typed text or its placeholder.
+    if (auto other = std::dynamic_pointer_cast<ui::VLQOtherOptionCell>(
+            table.cellForRowAtIndexPath({0, row}))) {
+      entry["field"] = other->otherTextView()->text();
+    }
+    rows.push_back(std::move(entry));
   }
   const auto image = page.cancelButton()->currentBackgroundImage();
   Json cancelImage;
