@@ -170,6 +170,12 @@ void VLQSurveyDialogView::addRoundButtons() {
       surveyNoButton_->widthAnchor().constraintEqualToConstant(100),
       surveyNoButton_->leadingAnchor().constraintEqualToAnchor(band->centerXAnchor(), 20),
   });
+  // Decline's centre is only bounded above, which leaves it free to sit anywhere higher. The
+  // weakest of preferences settles it on the bound, level with accept, without ever overriding
+  // the bound itself.
+  auto level = surveyNoButton_->centerYAnchor().constraintEqualToAnchor(band->centerYAnchor());
+  level->setPriority(UILayoutPriorityFittingSizeLevel);
+  level->setActive(true);
 }
 
 void VLQSurveyDialogView::roundButtons() {
