@@ -1,6 +1,7 @@
 #include "toolkit/UIView.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "toolkit/LayoutEngine.h"
 #include "toolkit/UIViewController.h"
@@ -150,7 +151,14 @@ void UIView::setBounds(CGRect bounds) {
 }
 
 void UIView::applyLayoutFrame(CGRect frame) {
-  if (frame == frame_) return;
+  // Solving the same constraints again may differ from the last solution in the last bits only;
+  // such a difference is not a move, and treating it as one would lay the tree out forever.
+  constexpr double kSameFrameTolerance = 1e-9;
+  const auto near = [](double a, double b) { return std::abs(a - b) <= kSameFrameTolerance; };
+  if (near(frame.origin.x, frame_.origin.x) && near(frame.origin.y, frame_.origin.y) &&
+      near(frame.size.width, frame_.size.width) && near(frame.size.height, frame_.size.height)) {
+    return;
+  }
   const bool resized = frame.size != frame_.size;
   frame_ = frame;
   if (resized) setNeedsLayout();
