@@ -3,7 +3,6 @@
 // SQLite and posts the answers over HTTP to a response collector.
 
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <filesystem>
