@@ -2,9 +2,11 @@
 
 #include <QGuiApplication>
 #include <QTimer>
+#include <fstream>
 #include <functional>
 #include <memory>
 
+#include "host/JsonValue.h"
 #include "toolkit/UIWindow.h"
 #include "toolkit/qt/MainQueuePump.h"
 #include "toolkit/qt/ScreenWindow.h"
@@ -25,10 +27,25 @@ std::optional<double> waitSeconds(const ScriptLine& line) {
   }
 }
 
+// Without a script, the window raises the trigger of the configuration's first survey, so that
+// the person in front of it has a survey to take.
+std::vector<ScriptLine> firstSurveyTrigger(const std::string& configPath) {
+  std::ifstream file(configPath, std::ios::binary);
+  const Json document = Json::parse(file, nullptr, false);
+  const Json configs = valueForKey(document, "configs");
+  if (!configs.is_array()) return {};
+  for (const auto& entry : configs) {
+    const Json id = valueForKey(entry, "_id");
+    if (id.is_string()) return {ScriptLine{0, "trigger", {"trigger", id.get<std::string>()}}};
+  }
+  return {};
+}
+
 }  // namespace
 
-int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& script,
+int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& givenScript,
                 Output& output) {
+  const auto script = givenScript.empty() ? firstSurveyTrigger(options.configPath) : givenScript;
   auto loop = toolkit::qt::installRealTimeMainLoop();
   Simulator simulator(options, output);
   if (!simulator.start(loop)) return 1;

@@ -1,7 +1,8 @@
 #pragma once
 
-// The simulator in a phone-sized window on the screen, in real time: without a script a person
-// takes the survey with the mouse and keyboard; with one, its actions play one after another.
+// The simulator in a phone-sized window on the screen, in real time: a script's actions play one
+// after another; without a script the configuration's first survey is triggered. Either way a
+// person can go on with the mouse and keyboard.
 
 #include <vector>
 
