@@ -68,6 +68,9 @@ class FullRunTest : public ::testing::Test {
     loop->runUntilIdle();
     host->shutdown();
     server->stop();
+    // The card holds the plug-in, which holds the card: let go of both.
+    if (plugin && plugin->surveyDialogView()) plugin->surveyDialogView()->setSurveyPlugin(nullptr);
+    plugin.reset();
     for (const auto& view : window->subviews()) {
       if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view)) {
         card->setSurveyPlugin(nullptr);
@@ -106,10 +109,11 @@ class FullRunTest : public ::testing::Test {
   std::shared_ptr<reference::ReferenceHost> host;
   std::shared_ptr<UIWindow> window;
   std::shared_ptr<UIViewController> application = std::make_shared<UIViewController>();
+  std::shared_ptr<VLQSurveyPlugin> plugin;
 };
 
 TEST_F(FullRunTest, FromTheServedConfigurationToTheStoredAnswers) {
-  auto plugin = VLQSurveyPlugin::create();
+  plugin = VLQSurveyPlugin::create();
   plugin->initialize({});
   settle();
   ASSERT_TRUE(std::filesystem::exists(library / std::string(kSurveyConfigLocation)));
