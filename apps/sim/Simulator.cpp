@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <random>
-#include <sstream>
 
 #include "collector/CollectorServer.h"
 #include "host/Log.h"

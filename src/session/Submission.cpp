@@ -8,6 +8,7 @@
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
 #include "model/SubmissionBody.h"
+#include "session/ButtonTitles.h"
 #include "session/VLQSurveySession.h"
 #include "toolkit/Clock.h"
 #include "toolkit/DispatchQueue.h"
@@ -32,10 +33,7 @@ Json answerIdentifier(const VLQAnswer& answer) {
 }  // namespace
 
 void VLQSurveySession::submitButtonTapped(toolkit::UIButton*) {
-  const auto title = submitButton_ && submitButton_->titleLabel()
-                         ? submitButton_->titleLabel()->text()
-                         : std::nullopt;
-  if (title == "Next") {
+  if (titleLabelText(submitButton_.get()) == kNextTitle) {
     const auto question = currentQuestion();
     Json answers = Json::array();
     if (responseModel_) {

@@ -1,34 +1,21 @@
 #include "session/VLQSurveySession.h"
 
 #include <algorithm>
-#include <exception>
 
-#include "host/Log.h"
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
+#include "session/ButtonTitles.h"
 #include "toolkit/KeyboardNotifications.h"
 #include "toolkit/RandomSource.h"
-#include "toolkit/UIWindow.h"
 
 namespace vlq::session {
 
 namespace {
 
-constexpr char kSkipTitle[] = "Skip";
-constexpr char kNextTitle[] = "Next";
-constexpr char kSubmitTitle[] = "Submit Feedback";
 constexpr float kDisabledOpacity = 0.5F;
 
 bool hasMode(const VLQQuestionModel& question, std::string_view mode) {
   return isEqualToString(question.answerMode(), mode);
-}
-
-std::optional<std::string> titleLabelText(const toolkit::UIButton* button) {
-  if (!button || !button->titleLabel()) return std::nullopt;
-  return button->titleLabel()->text();
 }
 
 }  // namespace
