@@ -9,12 +9,8 @@
 
 namespace vlq::collector {
 
-// Arrays and objects nested deeper than this are refused: the body is written out again when it
-// is listed or handed to an observer, and writing is recursive.
-inline constexpr int kMaxBodyNesting = 256;
-
 // The parsed object, or none when `text` is not JSON, is JSON but not an object, or nests deeper
-// than kMaxBodyNesting.
+// than the JSON reader allows.
 std::optional<Json> parseJsonObject(std::string_view text);
 
 }  // namespace vlq::collector

@@ -4,9 +4,10 @@
 #include <QTimer>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 
-#include "host/JsonValue.h"
+#include "host/JsonDocument.h"
 #include "toolkit/UIWindow.h"
 #include "toolkit/qt/MainQueuePump.h"
 #include "toolkit/qt/ScreenWindow.h"
@@ -31,7 +32,8 @@ std::optional<double> waitSeconds(const ScriptLine& line) {
 // the person in front of it has a survey to take.
 std::vector<ScriptLine> firstSurveyTrigger(const std::string& configPath) {
   std::ifstream file(configPath, std::ios::binary);
-  const Json document = Json::parse(file, nullptr, false);
+  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const Json document = parseJsonDocument(text).value_or(nullptr);
   const Json configs = valueForKey(document, "configs");
   if (!configs.is_array()) return {};
   for (const auto& entry : configs) {

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "collector/CollectorServer.h"
+#include "host/JsonDocument.h"
 #include "host/Log.h"
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
@@ -209,9 +210,9 @@ void Simulator::perform(const ScriptLine& line) {
   } else if (action == "event") {
     if (words.size() != 3) return wrongArguments();
     const auto type = parseNumber(words[1]);
-    Json info = Json::parse(words[2], nullptr, false);
-    if (!type || info.is_discarded()) return wrongArguments();
-    host_->raiseEvent(VLQEvent(static_cast<std::int64_t>(*type), std::move(info)));
+    auto info = parseJsonDocument(words[2]);
+    if (!type || !info) return wrongArguments();
+    host_->raiseEvent(VLQEvent(static_cast<std::int64_t>(*type), std::move(*info)));
   } else if (action == "wait") {
     const auto seconds = words.size() == 2 ? parseNumber(words[1]) : std::nullopt;
     if (!seconds || *seconds < 0) return wrongArguments();

@@ -1,5 +1,6 @@
 #include "host/reference/HostSettings.h"
 
+#include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"
 #include "host/reference/DeviceIdentity.h"
 
@@ -40,7 +41,7 @@ HostSettings HostSettings::fromFile(const std::string& path) {
   if (path.empty()) return fromDocument(nullptr);
   const auto text = readWholeFile(path);
   if (!text) return fromDocument(nullptr);
-  return fromDocument(Json::parse(*text, nullptr, false));
+  return fromDocument(parseJsonDocument(*text).value_or(nullptr));
 }
 
 }  // namespace vlq::reference

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"
 #include "toolkit/UIWindow.h"
 
@@ -16,9 +17,7 @@ Json ReferenceUtilities::readConfigAtPath(const std::string& path) {
   try {
     const auto text = readWholeFile(path);
     if (!text) return nullptr;
-    Json document = Json::parse(*text, nullptr, false);
-    if (document.is_discarded()) return nullptr;
-    return document;
+    return parseJsonDocument(*text).value_or(nullptr);
   } catch (...) {
     return nullptr;  // out of memory for a huge file: no document, as for an unreadable one
   }
