@@ -83,7 +83,7 @@ Json surveyState(ui::VLQSurveyViewController& page) {
       {"index", page.tapCount()},
       {"left", page.questionsCount()},
       {"question", question ? optionalText(ui::displayText(question->questionTitle())) : Json()},
-      {"mode", question ? question->answerMode() : Json()},
+      {"mode", question && !isMissing(question->answerMode()) ? question->answerMode() : Json()},
       {"multiple", table.allowsMultipleSelection()},
       {"progress", page.vlqSurveyProgressView()->progress()},
       {"cancel_image", cancelImage},

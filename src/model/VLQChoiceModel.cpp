@@ -4,9 +4,9 @@ namespace vlq {
 
 std::shared_ptr<VLQChoiceModel> VLQChoiceModel::initWithChioceDictionary(const Json& choice) {
   const Json& value = valueForKey(choice, "value");
-  if (value.is_null() || isEqualToString(value, "")) return nullptr;
+  if (isMissing(value) || isEqualToString(value, "")) return nullptr;
   const Json& identifier = valueForKey(choice, "id");
-  if (identifier.is_null()) return nullptr;
+  if (isMissing(identifier)) return nullptr;
 
   auto model = std::make_shared<VLQChoiceModel>();
   model->setSurveyValue(value);

@@ -11,7 +11,7 @@ namespace vlq {
 class VLQChoiceModel {
  public:
   // The choice described by one element of "choices", or null when it has no "id" or no non-empty
-  // "value".
+  // "value". A key present with JSON null is there: such a choice is kept.
   static std::shared_ptr<VLQChoiceModel> initWithChioceDictionary(const Json& choice);
 
   // The free-text "other" option.
@@ -20,18 +20,18 @@ class VLQChoiceModel {
   // Whether the choice is currently selected.
   bool isAnswered() const { return isAnswered_; }
   void setIsAnswered(bool isAnswered) { isAnswered_ = isAnswered; }
-  // The choice's "id", as the document gives it.
+  // The choice's "id", as the document gives it (a JSON null included).
   const Json& surveyId() const { return surveyId_; }
   void setSurveyId(Json surveyId) { surveyId_ = std::move(surveyId); }
-  // The choice's text ("value"), as the document gives it.
+  // The choice's text ("value"), as the document gives it (a JSON null included).
   const Json& surveyValue() const { return surveyValue_; }
   void setSurveyValue(Json surveyValue) { surveyValue_ = std::move(surveyValue); }
 
  private:
   bool isOther_ = false;
   bool isAnswered_ = false;
-  Json surveyId_;
-  Json surveyValue_;
+  Json surveyId_ = missingValue();
+  Json surveyValue_ = missingValue();
 };
 
 }  // namespace vlq

@@ -8,7 +8,7 @@ namespace vlq {
 std::shared_ptr<VLQQuestionModel> VLQQuestionModel::initWithQuestionDictinary(
     const Json& question) {
   const Json& title = valueForKey(question, "title");
-  if (title.is_null() || isEqualToString(title, "")) return nullptr;
+  if (isMissing(title) || isEqualToString(title, "")) return nullptr;
 
   auto model = std::make_shared<VLQQuestionModel>();
   model->setQuestionId(valueForKey(question, "id"));

@@ -183,7 +183,7 @@ void VLQSurveyPlugin::showInvitation() {
   auto card = std::make_shared<ui::VLQSurveyDialogView>();
   surveyDialogView_ = card;
   const auto round = config->isRoundButton();
-  card->setIsRoundButton(round ? Json(*round) : Json());
+  card->setIsRoundButton(round ? Json(*round) : missingValue());
   card->setSurveyId(id);
   card->layoutSubviews();
   card->setTranslatesAutoresizingMaskIntoConstraints(false);

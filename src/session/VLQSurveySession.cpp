@@ -116,7 +116,7 @@ void VLQSurveySession::finishMove() {
 void VLQSurveySession::nextButtonTapped(toolkit::UIButton* sender) {
   if (sender && titleLabelText(sender) == kSkipTitle) {
     const auto question = currentQuestion();
-    info_["where"] = describe(question ? question->questionTitle() : Json()) + "+" +
+    info_["where"] = describe(question ? question->questionTitle() : missingValue()) + "+" +
                      std::to_string(questionsCount_);
     logEvent("vlq_survey_skip_button_clicked");
   }

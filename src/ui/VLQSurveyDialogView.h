@@ -139,7 +139,7 @@ class VLQSurveyDialogView : public toolkit::UIView {
   std::shared_ptr<toolkit::UIView> imageBackgroundView_;
   std::shared_ptr<toolkit::UIView> labelsBackgroundView_;
   std::shared_ptr<toolkit::UIView> buttonsBackgroundView_;
-  Json isRoundButton_;
+  Json isRoundButton_ = missingValue();
   std::optional<std::string> surveyId_;
 };
 
