@@ -4,6 +4,7 @@
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -27,17 +28,16 @@ constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
     "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n";
 
+// A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
+// blanks, no fraction.
 template <class Number>
 bool parseWhole(const std::string& text, Number& value) {
-  try {
-    std::size_t used = 0;
-    const long long parsed = std::stoll(text, &used);
-    if (used != text.size() || parsed < 0) return false;
-    value = static_cast<Number>(parsed);
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
+  if (text.empty() || text.front() < '0' || text.front() > '9') return false;
+  Number parsed{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
+  if (error != std::errc() || end != text.data() + text.size()) return false;
+  value = parsed;
+  return true;
 }
 
 struct CommandLine {
@@ -76,7 +76,7 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
       }
     } else if (option == "--log-level") {
       if (!parseWhole(value, options.logLevel)) {
-        error = "--log-level wants a whole number, not " + value;
+        error = "--log-level wants a whole number from 0 to 18446744073709551615, not " + value;
         return false;
       }
     } else if (option == "--seed") {
