@@ -24,7 +24,7 @@ void lintDelay(const Json& ui, const std::string& uiPath, LintReport& report) {
   const double wait = surveyDelaySeconds(ui);
   const std::string path = uiPath + "/delay";
   std::string consequence = ".";
-  if (std::isnan(wait) || wait == INFINITY) {
+  if (std::isnan(wait) || (std::isinf(wait) && wait > 0)) {
     consequence = ", so the survey never comes.";
   } else if (wait <= 0) {
     consequence = ", so the survey comes at once.";

@@ -10,7 +10,8 @@ namespace vlq {
 // Threads: Ignored, Busy, NoWindow, NoMatch, NoUi and Scheduled come on the host's event thread
 // (while onEvent runs); Invitation and Direct on the thread that runs the host's delayed blocks;
 // Dismissed on the main queue. Calls may overlap, so an implementation is thread-safe. It should
-// return quickly: the plug-in waits for it. An exception it throws is swallowed by the plug-in.
+// return quickly and must not wait for the main queue: the plug-in waits for it, on the main queue
+// too. An exception it throws is swallowed by the plug-in.
 class VLQDiagnosticsListener {
  public:
   virtual ~VLQDiagnosticsListener() = default;
