@@ -6,6 +6,7 @@
 #include "collector/CollectorServer.h"
 #include "host/JsonDocument.h"
 #include "host/Log.h"
+#include "host/VLQDiagnosticsListener.h"
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ReferenceHost.h"
@@ -70,6 +71,20 @@ std::vector<std::string> characters(const std::string& text) {
   }
   return result;
 }
+
+// Prints each decision of the plug-in's trigger trace as {"kind": "trace", "step": ..., ...}.
+class TraceLines : public VLQDiagnosticsListener {
+ public:
+  explicit TraceLines(Output& output) : output_(output) {}
+  void triggerTraced(const TriggerTrace& trace) override {
+    Json line{{"kind", "trace"}};
+    line.update(describeTriggerTrace(trace));
+    output_.line(line);
+  }
+
+ private:
+  Output& output_;
+};
 
 }  // namespace
 
@@ -147,6 +162,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   window_->makeKeyAndVisible();
 
   plugin_ = plugin::VLQSurveyPlugin::create();
+  if (options_.trace) plugin_->setDiagnosticsListener(std::make_shared<TraceLines>(output_));
   plugin_->initialize(Json());
   settle();
   return true;

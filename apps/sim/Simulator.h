@@ -50,6 +50,8 @@ struct SimulatorOptions {
   std::optional<std::uint32_t> seed;
   std::string screenshotDirectory;  // empty: no screenshots
   double scale = 3;
+  // Prints the plug-in's trigger trace as "trace" lines.
+  bool trace = false;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };

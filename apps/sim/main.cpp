@@ -3,6 +3,7 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
+//                  [--trace]
 
 #include <charconv>
 #include <cstdio>
@@ -26,7 +27,8 @@ using namespace vlq;
 
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
-    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n";
+    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
+    "                      [--trace]\n";
 
 // A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
 // blanks, no fraction.
@@ -51,6 +53,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
     const std::string option = argv[index];
     if (option == "--window") {
       command.window = true;
+      continue;
+    }
+    if (option == "--trace") {
+      command.options.trace = true;
       continue;
     }
     if (option == "--help" || option == "-h") {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/HostSingleton.h"
+#include "host/Log.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
@@ -221,6 +222,13 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
         }
       });
     });
+  });
+}
+
+void ReferenceHost::triggerTraced(const TriggerTrace& trace) {
+  toolkit::runContained([&] {
+    logLine("<VLQ TRACE> " +
+            describeTriggerTrace(trace).dump(-1, ' ', false, Json::error_handler_t::replace));
   });
 }
 

@@ -15,6 +15,8 @@
 // - Device id: a random UUID made once and kept in the Library directory.
 // - Posts: the body as JSON over HTTP to the service address; the completion handler runs on a
 //   worker thread.
+// - Trigger trace: installed as the plug-in's diagnostics listener, it writes each decision to the
+//   platform log as "<VLQ TRACE> " followed by the decision as compact JSON.
 //
 // Every piece of work handed to another thread is announced to the main queue (HostWork.h), so a
 // virtual run loop waits for the host before it moves time on; idle() tells whether any is left.
@@ -28,6 +30,7 @@
 #include <vector>
 
 #include "host/VLQController.h"
+#include "host/VLQDiagnosticsListener.h"
 #include "host/reference/AnalyticsStore.h"
 #include "host/reference/DelayedBlockScheduler.h"
 #include "host/reference/EventDispatcher.h"
@@ -39,7 +42,9 @@
 
 namespace vlq::reference {
 
-class ReferenceHost : public VLQController, public std::enable_shared_from_this<ReferenceHost> {
+class ReferenceHost : public VLQController,
+                      public VLQDiagnosticsListener,
+                      public std::enable_shared_from_this<ReferenceHost> {
  public:
   // Called with each analytics event as it is logged, on the logging thread.
   using EventObserver = std::function<void(const std::string& name, const Json& info)>;
@@ -97,6 +102,9 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
   void postDataToURL(const std::string& url, const Json& requestBody,
                      const std::optional<VLQHeaderFields>& headerFields,
                      VLQPostCompletion completionHandler) override;
+
+  // The plug-in's trigger trace, written to the log (any thread).
+  void triggerTraced(const TriggerTrace& trace) override;
 
  private:
   explicit ReferenceHost(ReferenceHostOptions options);
