@@ -46,6 +46,7 @@ HttpOutcome outcomeOf(const httplib::Result& result, const std::string& where) {
   HttpOutcome outcome;
   outcome.status = result->status;
   outcome.body = result->body;
+  outcome.retryAfter = result->get_header_value("Retry-After");
   return outcome;
 }
 

@@ -16,6 +16,7 @@ namespace vlq::reference {
 struct HttpOutcome {
   std::optional<std::int64_t> status;  // empty when no answer arrived
   std::string body;
+  std::string retryAfter;      // the answer's Retry-After header; empty when it has none
   std::int64_t errorCode = 0;  // when no answer arrived: the transport's error number
   std::string errorMessage;    // when no answer arrived: what went wrong
 };
