@@ -1,8 +1,8 @@
 #pragma once
 
 // The host's HTTP requests: fetching a document and posting a JSON body. Each call blocks the
-// calling thread until the answer arrives or a timeout ends it: 5 seconds to connect, 15 seconds
-// for each read or write.
+// calling thread until the answer arrives or a timeout ends it (by default 5 seconds to connect,
+// 15 seconds for each read or write).
 
 #include <cstdint>
 #include <optional>
@@ -21,6 +21,12 @@ struct HttpOutcome {
   std::string errorMessage;    // when no answer arrived: what went wrong
 };
 
+// How long a request may wait: to connect, and for each read or write.
+struct HttpTimeouts {
+  double connectSeconds = 5;
+  double transferSeconds = 15;
+};
+
 // True for text that starts with "http://" or "https://".
 bool isHttpUrl(const std::string& text);
 
@@ -31,6 +37,7 @@ HttpOutcome httpGet(const std::string& url);
 // ("http://host:port", optionally with a path prefix), with `headerFields` and a Content-Type of
 // application/json unless the fields name another.
 HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
-                     const std::string& body, const VLQHeaderFields& headerFields);
+                     const std::string& body, const VLQHeaderFields& headerFields,
+                     const HttpTimeouts& timeouts = {});
 
 }  // namespace vlq::reference

@@ -52,16 +52,16 @@ OutboxSettings outboxSettings(const ReferenceHostOptions& options) {
 
 // Posts to the service address; a host without one answers every attempt with an error, and its
 // bodies wait in the outbox for a host that has one.
-OutboxTransport serviceTransport(const std::string& serviceAddress) {
-  return [serviceAddress](const std::string& url, const std::string& body,
-                          const VLQHeaderFields& headers) {
+OutboxTransport serviceTransport(const std::string& serviceAddress, const HttpTimeouts& timeouts) {
+  return [serviceAddress, timeouts](const std::string& url, const std::string& body,
+                                    const VLQHeaderFields& headers) {
     if (serviceAddress.empty()) {
       HttpOutcome outcome;
       outcome.errorCode = kNoServiceAddressError;
       outcome.errorMessage = "the host has no service address";
       return outcome;
     }
-    return httpPost(serviceAddress, url, body, headers);
+    return httpPost(serviceAddress, url, body, headers, timeouts);
   };
 }
 
@@ -82,7 +82,8 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       settings_(HostSettings::fromFile(options_.settingsFile)),
       deviceId_(deviceIdFor(options_, settings_)),
       analytics_(options_.analyticsDatabase),
-      outbox_(outboxSettings(options_), serviceTransport(options_.serviceAddress), work_) {}
+      outbox_(outboxSettings(options_),
+              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_) {}
 
 ReferenceHost::~ReferenceHost() {
   // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot

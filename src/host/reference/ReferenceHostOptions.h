@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "host/reference/HttpTransport.h"
+
 namespace vlq::reference {
 
 // Where the reference host keeps its files and where it finds its services.
@@ -24,6 +26,8 @@ struct ReferenceHostOptions {
   std::string analyticsDatabase;
   // The SQLite file of the outbox of posted bodies; empty: <libraryDirectory>/vlq-outbox.sqlite.
   std::string outboxDatabase = {};
+  // How long one attempt of a post may wait to connect, and for each read or write.
+  HttpTimeouts postTimeouts = {};
   // About the most the outbox file may hold; a body that does not fit is posted once, directly.
   std::int64_t outboxLimitBytes = 64 * 1024 * 1024;
   // Seeds the random spread of the retry delays, so that a run can be repeated; empty: seeded
