@@ -61,11 +61,6 @@ std::vector<DeliveryFixture::Answer> DeliveryFixture::answersFor(const std::stri
   return found == answers_.end() ? std::vector<Answer>{} : found->second;
 }
 
-std::size_t DeliveryFixture::answeredPosts() const {
-  std::lock_guard lock(mutex_);
-  return answers_.size();
-}
-
 std::vector<DeliveryEvent> DeliveryFixture::stagesOf(const std::string& key) const {
   std::lock_guard lock(mutex_);
   std::vector<DeliveryEvent> stages;

@@ -40,7 +40,6 @@ class DeliveryFixture : public ::testing::Test {
             const std::optional<VLQHeaderFields>& headers = std::nullopt);
 
   std::vector<Answer> answersFor(const std::string& tag) const;
-  std::size_t answeredPosts() const;
   // The stages seen for the body with `key`, in order; every key seen, in order of first sight.
   std::vector<DeliveryEvent> stagesOf(const std::string& key) const;
   std::vector<std::string> keys() const;

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "DeliveryFixture.h"
 
@@ -75,47 +76,38 @@ TEST_F(OutboxTest, ARefusedBodyGoesToTheDeadLettersWithItsReasonAndIsNeverSentAg
 }
 
 TEST_F(OutboxTest, AnOutboxThatCannotKeepABodyPostsItOnceDirectly) {
-  const std::string outboxPath = library.file(ReferenceHost::kOutboxFileName);
-  struct Case {
-    const char* name;
-    std::function<void()> prepare;
-    ReferenceHostOptions options;
-  };
-  ReferenceHostOptions tiny;
-  tiny.outboxLimitBytes = 1;  // no room for a body that needs pages of its own
-  const std::vector<Case> cases = {
-      {"corrupt file",
-       [&] { std::ofstream(outboxPath) << "this is not a database, it is a shopping list"; },
-       {}},
-      {"directory in its place", [&] { std::filesystem::create_directories(outboxPath); }, {}},
-      {"full", [] {}, tiny},
-  };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
-    std::filesystem::remove_all(outboxPath);
-    test.prepare();
+  const std::string path = library.file(ReferenceHost::kOutboxFileName);
+  ReferenceHostOptions full;
+  full.outboxLimitBytes = 1;  // no room for a body that needs pages of its own
+  const std::vector<std::pair<std::function<void()>, ReferenceHostOptions>> cases = {
+      {[&] { std::ofstream(path) << "not a database but a shopping list"; }, {}},
+      {[&] { std::filesystem::create_directories(path); }, {}},
+      {[] {}, full}};
+  for (std::size_t index = 0; index < cases.size(); ++index) {
+    SCOPED_TRACE(index);
+    const std::string accepted = "accepted " + std::to_string(index);
+    const std::string failed = "failed " + std::to_string(index);
+    std::filesystem::remove_all(path);
+    cases[index].first();
     LocalHttpServer server;
-    auto host = startHost(server.address(), test.options);
+    auto host = startHost(server.address(), cases[index].second);
     const Json large = {{"text", std::string(20000, 'x')}};
-    post(*host, std::string(test.name) + " accepted", large);
+    post(*host, accepted, large);
     ASSERT_TRUE(loop->runUntilIdle());
     server.answerPostsWith(500, "down");
-    post(*host, std::string(test.name) + " failed", large);
+    post(*host, failed, large);
     ASSERT_TRUE(loop->runUntilIdle());
     ASSERT_TRUE(loop->advance(60));
 
-    EXPECT_EQ(server.posts().size(), 2u);  // once each, no retry
+    ASSERT_EQ(server.posts().size(), 2u);  // once each, never again
     EXPECT_EQ(header(server.posts()[0], "Idempotency-Key").size(), 36u);
-    ASSERT_EQ(answersFor(std::string(test.name) + " accepted").size(), 1u);
-    EXPECT_EQ(answersFor(std::string(test.name) + " accepted")[0].status, 200);
-    ASSERT_EQ(answersFor(std::string(test.name) + " failed").size(), 1u);
+    EXPECT_EQ(answersFor(accepted).at(0).status, 200);
+    EXPECT_EQ(answersFor(failed).size(), 1u);
     EXPECT_EQ(host->outboxSize(), 0);
     EXPECT_TRUE(anyLineHas(logLines(), "posted once, directly"));
-    const auto lost = stagesOf(keys().back());
-    ASSERT_EQ(lost.size(), 3u);
-    EXPECT_EQ(lost.front().stage, DeliveryStage::notQueued);
-    EXPECT_EQ(lost.back().stage, DeliveryStage::lost);
-    host->shutdown();
+    EXPECT_EQ(stagesOf(keys().back()).front().stage, DeliveryStage::notQueued);
+    EXPECT_EQ(stagesOf(keys().back()).back().stage, DeliveryStage::lost);
+    destroyHost(host);
   }
 }
 
