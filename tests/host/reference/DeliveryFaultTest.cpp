@@ -90,6 +90,9 @@ TEST_F(DeliveryFaultTest, ABodyQueuedWhenTheHostGoesIsDeliveredByTheNextHost) {
 
 TEST_F(DeliveryFaultTest, AThousandSurveysSubmittedDuringAnOutageAreEachStoredOnce) {
   constexpr int kSurveys = 1000;
+  // A pass over a thousand bodies is one long piece of host work; under a sanitizer on a busy
+  // machine it may take longer than the loop's usual bound on a wait.
+  loop->setSettleTimeout(120);
   collector->suspend();
   auto host = startHost(collector->baseUrl());
   for (int n = 0; n < kSurveys; ++n)
