@@ -36,6 +36,7 @@ namespace {
 constexpr double kPhoneWidth = 390;
 constexpr double kPhoneHeight = 844;
 constexpr std::int64_t kSurveyTriggerEvent = 15;
+constexpr double kMaxInjectedFailures = 1'000'000;
 
 std::filesystem::path makeWorkDirectory() {
   std::random_device device;
@@ -141,6 +142,10 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   // The host's sync copies the document byte for byte into the Library directory.
   hostOptions.syncSource = std::filesystem::absolute(options_.configPath).string();
   hostOptions.settingsFile = options_.hostPath;
+  // The retry delays are drawn from a source of their own, so that retries never change the
+  // shuffle of the choices.
+  hostOptions.retrySeed = options_.seed;
+  hostOptions.log = [this](const std::string& message) { output_.message(message); };
   std::filesystem::create_directories(hostOptions.libraryDirectory);
   host_ = reference::ReferenceHost::create(hostOptions);
   if (!host_) {
@@ -256,11 +261,35 @@ void Simulator::perform(const ScriptLine& line) {
     if (words.size() != 2) return wrongArguments();
     screenshot(words[1]);
   } else if (action == "dump") {
-    output_.line(dumpState(*window_, plugin_));
+    Json state = dumpState(*window_, plugin_);
+    state["outbox"] = host_->outboxSize();
+    state["stored"] = collector_->responses().size();
+    output_.line(state);
+  } else if (action == "collector") {
+    collectorAction(line);
   } else {
     output_.note("line " + std::to_string(line.number) + ": unknown action \"" + action + "\"");
   }
   settle();
+}
+
+void Simulator::collectorAction(const ScriptLine& line) {
+  const auto& words = line.words;
+  const std::string what = words.size() >= 2 ? words[1] : std::string();
+  if (words.size() == 2 && what == "down") return collector_->suspend();
+  if (words.size() == 2 && what == "up") {
+    if (!collector_->resume()) {
+      output_.note("collector up: cannot listen on port " + std::to_string(collector_->port()) +
+                   " again");
+    }
+    return;
+  }
+  const auto count = words.size() == 3 && what == "fail" ? parseNumber(words[2]) : std::nullopt;
+  if (!count || *count < 0 || *count > kMaxInjectedFailures || *count != static_cast<int>(*count)) {
+    return output_.note("line " + std::to_string(line.number) +
+                        ": wrong arguments for \"collector\"");
+  }
+  collector_->failNextPosts(static_cast<int>(*count));
 }
 
 void Simulator::tapView(const std::shared_ptr<UIView>& view, const std::string& what) {

@@ -79,6 +79,8 @@ class Simulator {
   void tapView(const std::shared_ptr<toolkit::UIView>& view, const std::string& what);
   void tapRow(std::int64_t row, const std::string& what);
   void tapAction(const std::vector<std::string>& words);
+  // "collector down", "collector up", "collector fail N".
+  void collectorAction(const ScriptLine& line);
   void keyAction(const std::string& action, const std::vector<std::string>& words);
   void focusOtherField();
   void screenshot(const std::string& name);
