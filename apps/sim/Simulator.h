@@ -50,6 +50,8 @@ struct SimulatorOptions {
   std::optional<std::uint32_t> seed;
   std::string screenshotDirectory;  // empty: no screenshots
   double scale = 3;
+  // Adds the screen's accessibility elements to every state line.
+  bool a11y = false;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };
@@ -78,6 +80,8 @@ class Simulator {
   void tapRow(std::int64_t row, const std::string& what);
   void tapAction(const std::vector<std::string>& words);
   void keyAction(const std::string& action, const std::vector<std::string>& words);
+  // tab, shift-tab, press and escape: the keyboard's way through the screen.
+  void keyboardNavigationAction(const std::string& action);
   void focusOtherField();
   void screenshot(const std::string& name);
   void advance(double seconds);

@@ -3,6 +3,7 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
+//                  [--a11y]
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +26,8 @@ using namespace vlq;
 
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
-    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n";
+    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
+    "                      [--a11y]\n";
 
 template <class Number>
 bool parseWhole(const std::string& text, Number& value) {
@@ -51,6 +53,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
     const std::string option = argv[index];
     if (option == "--window") {
       command.window = true;
+      continue;
+    }
+    if (option == "--a11y") {
+      command.options.a11y = true;
       continue;
     }
     if (option == "--help" || option == "-h") {
