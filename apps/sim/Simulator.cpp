@@ -14,6 +14,7 @@
 #include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
 #include "toolkit/DispatchQueue.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "toolkit/NSBundle.h"
 #include "toolkit/RandomSource.h"
 #include "toolkit/UIKeyInput.h"
@@ -257,11 +258,14 @@ void Simulator::perform(const ScriptLine& line) {
   } else if (action == "type" || action == "focus" || action == "keys" || action == "backspace" ||
              action == "paste" || action == "return") {
     keyAction(action, words);
+  } else if (action == "tab" || action == "shift-tab" || action == "press" || action == "escape") {
+    if (words.size() != 1) return wrongArguments();
+    keyboardNavigationAction(action);
   } else if (action == "screenshot") {
     if (words.size() != 2) return wrongArguments();
     screenshot(words[1]);
   } else if (action == "dump") {
-    Json state = dumpState(*window_, plugin_);
+    Json state = dumpState(*window_, plugin_, options_.a11y);
     state["outbox"] = host_->outboxSize();
     state["stored"] = collector_->responses().size();
     output_.line(state);
@@ -385,6 +389,28 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
       field->deleteBackward();
   } else if (action == "return") {
     field->insertText("\n");
+  }
+}
+
+void Simulator::keyboardNavigationAction(const std::string& action) {
+  if (action == "tab" || action == "shift-tab") {
+    const auto heading = action == "tab" ? UIFocusHeading::Next : UIFocusHeading::Previous;
+    if (!moveKeyboardFocus(*window_, heading)) {
+      output_.note(action + ": nothing on screen takes the keyboard focus");
+    }
+  } else if (action == "press") {
+    switch (pressKeyboardFocus(*window_)) {
+      case UIAccessibilityPress::Pressed:
+        break;
+      case UIAccessibilityPress::NothingFocused:
+        return output_.note("press: nothing has the keyboard focus");
+      case UIAccessibilityPress::NotEnabled:
+        return output_.note("press: the focused element is not enabled");
+      case UIAccessibilityPress::NoAction:
+        return output_.note("press: the focused element has no action");
+    }
+  } else if (!performKeyboardEscape(*window_)) {
+    output_.note("escape: nothing on screen goes back or closes");
   }
 }
 

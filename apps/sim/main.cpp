@@ -3,7 +3,7 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
-//                  [--trace]
+//                  [--trace] [--a11y]
 
 #include <charconv>
 #include <cstdio>
@@ -28,7 +28,7 @@ using namespace vlq;
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
     "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
-    "                      [--trace]\n";
+    "                      [--trace] [--a11y]\n";
 
 // A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
 // blanks, no fraction.
@@ -57,6 +57,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
     }
     if (option == "--trace") {
       command.options.trace = true;
+      continue;
+    }
+    if (option == "--a11y") {
+      command.options.a11y = true;
       continue;
     }
     if (option == "--help" || option == "-h") {
