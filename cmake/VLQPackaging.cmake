@@ -4,8 +4,10 @@
 #                          dpkg-shlibdeps
 #   vlq-survey-plugin-dev  the development component: headers, libraries, the CMake package and
 #                          the pkg-config files, depending on the Debian development packages that
-#                          find_package and the link need. It only recommends the runtime package,
-#                          so that installing the -dev package on its own is enough to build.
+#                          find_package and the link need. With static libraries it only
+#                          recommends the runtime package, so that installing the -dev package on
+#                          its own is enough to build; shared libraries live in the runtime
+#                          package, which the -dev package then depends on.
 
 set(CPACK_PACKAGE_NAME vlq-survey-plugin)
 set(CPACK_PACKAGE_VENDOR "Velqo")
@@ -39,7 +41,12 @@ string(CONCAT CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "(find_package(VLQSurveyPlugin 1.0 CONFIG REQUIRED)) and pkg-config files.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, qt6-base-dev, pkgconf | pkg-config")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS
-    "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), fonts-liberation2")
+set(runtime_package "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+if(BUILD_SHARED_LIBS)
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${runtime_package}")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "fonts-liberation2")
+else()
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "${runtime_package}, fonts-liberation2")
+endif()
 
 include(CPack)
