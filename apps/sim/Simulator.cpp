@@ -158,9 +158,13 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   });
   host_->install();
 
-  // The application's images and the plug-in's own bundle.
-  NSBundle::setMainBundlePath(options_.resourcesDirectory + "/app");
-  NSBundle::registerBundle(std::string(kSurveyBundle), options_.resourcesDirectory + "/plugin");
+  // The application's images and the plug-in's own bundle, from the source tree while it is
+  // there; an installed simulator without it uses the bundles installed beside it.
+  std::error_code noResources;
+  if (std::filesystem::is_directory(options_.resourcesDirectory, noResources)) {
+    NSBundle::setMainBundlePath(options_.resourcesDirectory + "/app");
+    NSBundle::registerBundle(std::string(kSurveyBundle), options_.resourcesDirectory + "/plugin");
+  }
 
   window_ = std::make_shared<UIWindow>(CGRectMake(0, 0, kPhoneWidth, kPhoneHeight));
   window_->setWindowSafeAreaInsets({47, 0, 34, 0});
