@@ -19,52 +19,20 @@ std::vector<std::string> shownChoiceIds(const VLQSurveyViewController& page) {
   return ids;
 }
 
-TEST_F(SurveyPageTest, WalksForwardAndBackWithSkip) {
+// The walk forward and back, the titles, images and progress on each question and closing from the
+// first question are checked by the end-to-end walkthroughs; here, what Skip logs and counts.
+TEST_F(SurveyPageTest, SkipLogsWhereItWasPressedAndCountsAsAStep) {
   show(threeQuestionSurvey());
-  EXPECT_EQ(host->eventNames(), std::vector<std::string>{"vlq_survey_launched"});
   EXPECT_EQ(host->events()[0].info, (Json{{"survey_id", "s-42"}}));
   EXPECT_EQ(session::initialQuestionCount(), 3);
   EXPECT_EQ(page->responseModelArray().size(), 3u);
-  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->cancelImage());
-  EXPECT_EQ(submitTitle(), "Next");
-  EXPECT_FALSE(page->nextButton()->isHidden());
-  EXPECT_EQ(page->surveyTableView()->numberOfRowsInSection(0), 3);
 
   ASSERT_TRUE(tap(page->nextButton()));
   EXPECT_EQ(page->tapCount(), 1);
   EXPECT_EQ(page->questionsCount(), 2u);
-  EXPECT_FLOAT_EQ(page->vlqSurveyProgressView()->progress(), 1.0F / 3.0F);
   EXPECT_EQ(host->events().back().name, "vlq_survey_skip_button_clicked");
   EXPECT_EQ(host->events().back().info,
             (Json{{"survey_id", "s-42"}, {"where", "How did we do?+3"}}));
-  // The header of a later question puts the back image on the corner button; an unanswered
-  // question leaves the large button locked until the row-count rule runs on a reload.
-  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->backImage());
-  EXPECT_EQ(submitTitle(), "Next");
-  EXPECT_TRUE(page->surveyTableView()->allowsMultipleSelection());
-
-  ASSERT_TRUE(tap(page->nextButton()));
-  EXPECT_EQ(page->tapCount(), 2);
-  EXPECT_FLOAT_EQ(page->vlqSurveyProgressView()->progress(), 2.0F / 3.0F);
-  EXPECT_EQ(submitTitle(), "Submit Feedback");
-  // The last question has no "Skip" and needs an answer.
-  EXPECT_TRUE(page->nextButton()->isHidden());
-  EXPECT_FALSE(submitEnabled());
-  EXPECT_EQ(page->surveyTableView()->numberOfRowsInSection(0), 1);
-
-  ASSERT_TRUE(tap(page->cancelButton()));
-  ASSERT_TRUE(tap(page->cancelButton()));
-  EXPECT_EQ(page->tapCount(), 0);
-  EXPECT_EQ(page->vlqSurveyProgressView()->progress(), 0.0F);
-  EXPECT_EQ(page->cancelButton()->currentBackgroundImage(), page->cancelImage());
-  EXPECT_EQ(plugin->dismissals, 0);
-
-  // On the first question the corner button closes the survey, without the close event.
-  ASSERT_TRUE(tap(page->cancelButton()));
-  EXPECT_EQ(plugin->dismissals, 1);
-  EXPECT_EQ(page->tapCount(), 0);
-  const auto names = host->eventNames();
-  EXPECT_EQ(std::count(names.begin(), names.end(), "vlq_survey_close_button_clicked"), 0);
 }
 
 TEST_F(SurveyPageTest, OneQuestionSurveySubmitsFromTheStartAndSkipOnlyFillsTheBar) {
