@@ -183,30 +183,5 @@ TEST(ButtonTest, ASubclassThatOverridesSelectionKeepsTheSelectedStateAndItsValue
   EXPECT_EQ(choice->titleLabel()->textColor(), UIColor::whiteColor());
 }
 
-// A button whose selection lives in its own field (from an answer record, say) rather than in the
-// control's.
-class AnsweredButton : public UIButton {
- public:
-  bool isSelected() const override { return answered_; }
-  void setSelected(bool selected) override {
-    answered_ = selected;
-    controlStateDidChange();
-  }
-
- private:
-  bool answered_ = false;
-};
-
-TEST(ButtonTest, TheStateFollowsAnOverriddenSelectedGetter) {
-  AnsweredButton button;
-  button.setTitle("Pick", UIControlState::Normal);
-  button.setTitle("Picked", UIControlState::Selected);
-  button.setSelected(true);
-  EXPECT_EQ(button.state(), UIControlState::Selected);
-  EXPECT_EQ(button.titleLabel()->text(), "Picked");
-  button.setSelected(false);
-  EXPECT_EQ(button.titleLabel()->text(), "Pick");
-}
-
 }  // namespace
 }  // namespace vlq::toolkit

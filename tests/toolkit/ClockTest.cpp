@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "toolkit/Clock.h"
-#include "toolkit/VirtualClock.h"
 
 namespace vlq::toolkit {
 namespace {
@@ -20,19 +19,6 @@ TEST(ClockTest, TheSystemClockIsMonotonicSleepsUntilItsDeadlineAndGivesTheWallTi
   const double wall =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
   EXPECT_NEAR(clock.timeIntervalSince1970(), wall, 60);
-}
-
-TEST(ClockTest, TheInstalledClockServesTheProcessUntilRemoved) {
-  auto fixed = std::make_shared<VirtualClock>(1234.5);
-  EXPECT_EQ(setCurrentClock(fixed), nullptr);
-  EXPECT_EQ(currentClock(), fixed);
-  EXPECT_EQ(timeIntervalSince1970(), 1234.5);
-  fixed->advanceTo(2);
-  EXPECT_EQ(timeIntervalSince1970(), 1236.5);
-
-  EXPECT_EQ(setCurrentClock(nullptr), fixed);
-  EXPECT_NE(std::dynamic_pointer_cast<SystemClock>(currentClock()), nullptr);
-  EXPECT_GT(timeIntervalSince1970(), 1'600'000'000);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <memory>
 #include <string>
@@ -10,7 +9,6 @@
 #include "toolkit/UIImageView.h"
 #include "toolkit/UILabel.h"
 #include "toolkit/UIProgressView.h"
-#include "toolkit/UIStackView.h"
 #include "toolkit/UIWindow.h"
 
 namespace vlq::toolkit {
@@ -40,77 +38,6 @@ class RecordingContext : public DrawingContext {
   std::vector<std::pair<CGRect, UIColor>> fills;
   std::vector<Text> texts;
 };
-
-// Solved frames carry rounding from the solver: compare them to a thousandth of a point.
-void expectFrame(const UIView& view, CGRect expected) {
-  const CGRect frame = view.frame();
-  EXPECT_NEAR(frame.minX(), expected.minX(), 1e-3);
-  EXPECT_NEAR(frame.minY(), expected.minY(), 1e-3);
-  EXPECT_NEAR(frame.width(), expected.width(), 1e-3);
-  EXPECT_NEAR(frame.height(), expected.height(), 1e-3);
-}
-
-struct StackScreen {
-  std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>();
-  std::shared_ptr<UIStackView> stack = std::make_shared<UIStackView>();
-  std::vector<std::shared_ptr<UIView>> views;
-
-  StackScreen(UILayoutConstraintAxis axis, CGRect frame) {
-    window->addSubview(stack);
-    stack->setFrame(frame);
-    stack->setAxis(axis);
-    stack->setDistribution(UIStackViewDistribution::FillEqually);
-    stack->setSpacing(5);
-    // Contents of different natural sizes: fill-equally overrides them all.
-    auto label = std::make_shared<UILabel>();
-    label->setText("A rather long title");
-    auto image = std::make_shared<UIImageView>(
-        std::make_shared<UIImage>("dot.png", 1, std::make_shared<DecodedImage>(8, 8)));
-    views = {label, image, std::make_shared<UIView>()};
-    for (const auto& view : views)
-      stack->addArrangedSubview(view);
-    window->layoutIfNeeded();
-  }
-};
-
-TEST(ContentViewTest, AStackThatFillsEquallySharesItsLengthAlongEitherAxis) {
-  StackScreen row(UILayoutConstraintAxis::Horizontal, CGRectMake(10, 100, 310, 60));
-  expectFrame(*row.views[0], CGRectMake(0, 0, 100, 60));
-  expectFrame(*row.views[1], CGRectMake(105, 0, 100, 60));
-  expectFrame(*row.views[2], CGRectMake(210, 0, 100, 60));
-
-  StackScreen column(UILayoutConstraintAxis::Vertical, CGRectMake(0, 50, 80, 310));
-  expectFrame(*column.views[0], CGRectMake(0, 0, 80, 100));
-  expectFrame(*column.views[1], CGRectMake(0, 105, 80, 100));
-  expectFrame(*column.views[2], CGRectMake(0, 210, 80, 100));
-
-  // Turning the stack re-lays the same views along the other axis.
-  column.stack->setAxis(UILayoutConstraintAxis::Horizontal);
-  column.stack->setFrame(CGRectMake(0, 50, 310, 80));
-  column.window->layoutIfNeeded();
-  expectFrame(*column.views[2], CGRectMake(210, 0, 100, 80));
-}
-
-TEST(ContentViewTest, HiddenArrangedViewsTakeNoSpaceUntilShownAgain) {
-  StackScreen row(UILayoutConstraintAxis::Horizontal, CGRectMake(10, 100, 310, 60));
-  row.views[1]->setHidden(true);
-  row.window->layoutIfNeeded();
-  expectFrame(*row.views[0], CGRectMake(0, 0, 152.5, 60));
-  expectFrame(*row.views[2], CGRectMake(157.5, 0, 152.5, 60));
-
-  row.views[1]->setHidden(false);
-  row.window->layoutIfNeeded();
-  expectFrame(*row.views[1], CGRectMake(105, 0, 100, 60));
-  expectFrame(*row.views[2], CGRectMake(210, 0, 100, 60));
-
-  // From none showing to one: it takes the whole length.
-  for (const auto& view : row.views)
-    view->setHidden(true);
-  row.window->layoutIfNeeded();
-  row.views[2]->setHidden(false);
-  row.window->layoutIfNeeded();
-  expectFrame(*row.views[2], CGRectMake(0, 0, 310, 60));
-}
 
 TEST(ContentViewTest, ALabelMeasuresItsTextAndTruncatesOneLineAtTheTail) {
   UILabel label;

@@ -17,31 +17,12 @@ namespace fs = std::filesystem;
 
 // Writes the start of a PNG file: enough for the core, which reads only the size.
 void writePngHeader(const fs::path& path, std::uint32_t width, std::uint32_t height) {
-  const unsigned char bytes[] = {0x89,
-                                 'P',
-                                 'N',
-                                 'G',
-                                 '\r',
-                                 '\n',
-                                 0x1A,
-                                 '\n',
-                                 0,
-                                 0,
-                                 0,
-                                 13,
-                                 'I',
-                                 'H',
-                                 'D',
-                                 'R',
-                                 static_cast<unsigned char>(width >> 24),
-                                 static_cast<unsigned char>(width >> 16),
-                                 static_cast<unsigned char>(width >> 8),
-                                 static_cast<unsigned char>(width),
-                                 static_cast<unsigned char>(height >> 24),
-                                 static_cast<unsigned char>(height >> 16),
-                                 static_cast<unsigned char>(height >> 8),
-                                 static_cast<unsigned char>(height)};
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes), sizeof bytes);
+  std::string bytes("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR", 16);
+  for (const std::uint32_t value : {width, height}) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+      bytes.push_back(static_cast<char>(value >> shift));
+  }
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 class ResourcesTest : public ::testing::Test {

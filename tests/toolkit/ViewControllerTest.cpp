@@ -24,17 +24,6 @@ class RecordingController : public UIViewController {
   std::string name_;
 };
 
-TEST(ViewControllerTest, TheViewLoadsOnceOnFirstUse) {
-  std::vector<std::string> log;
-  auto controller = std::make_shared<RecordingController>(&log, "page");
-  EXPECT_FALSE(controller->isViewLoaded());
-  const auto view = controller->view();
-  EXPECT_EQ(controller->view(), view);
-  EXPECT_EQ(log, std::vector<std::string>{"page didLoad"});
-  EXPECT_EQ(view->viewController(), controller);
-  EXPECT_EQ(view->frame(), CGRectMake(0, 0, 390, 844));
-}
-
 TEST(ViewControllerTest, ANewRootGoesOnTopAndTheOldRootsViewLeaves) {
   std::vector<std::string> log;
   auto window = std::make_shared<UIWindow>();
@@ -60,6 +49,7 @@ TEST(ViewControllerTest, ANewRootGoesOnTopAndTheOldRootsViewLeaves) {
   window->layoutIfNeeded();
   EXPECT_EQ(page->view()->frame(), window->bounds());
   EXPECT_EQ(page->navigationController(), navigation);
+  EXPECT_EQ(page->view()->viewController(), page);
 }
 
 TEST(ViewControllerTest, SettingAControllersViewChangesNoSubviewsOfTheWindow) {
@@ -82,14 +72,6 @@ TEST(ViewControllerTest, SettingAControllersViewChangesNoSubviewsOfTheWindow) {
   ASSERT_EQ(window->subviews().size(), 2u);
   EXPECT_EQ(window->subviews()[0], pageView);
   EXPECT_EQ(window->subviews()[1], app->view());
-}
-
-TEST(ViewControllerTest, AVisibleNavigationBarPushesTheContentDown) {
-  auto window = std::make_shared<UIWindow>();
-  auto page = std::make_shared<UIViewController>();
-  window->setRootViewController(std::make_shared<UINavigationController>(page));
-  window->layoutIfNeeded();
-  EXPECT_EQ(page->view()->frame(), CGRectMake(0, 47 + 44, 390, 844 - 47 - 44));
 }
 
 }  // namespace
