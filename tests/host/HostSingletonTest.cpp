@@ -11,29 +11,14 @@
 namespace vlq {
 namespace {
 
-class CountingController : public VLQController {
+class NamedController : public VLQController {
  public:
-  void logAppEventWithName(const std::string& name, const Json&) override {
-    events.push_back(name);
-  }
   std::optional<std::string> applicationIdentifier() override { return "app-1"; }
-
-  std::vector<std::string> events;
 };
 
-TEST(HostSingletonTest, AnInstalledHostServesUntilItUninstalls) {
-  auto host = std::make_shared<CountingController>();
-  EXPECT_EQ(VLQController::installSharedController(host), nullptr);
-  VLQController::sharedController()->logAppEventWithName("vlq_survey_completed", {});
-  EXPECT_EQ(VLQController::sharedController()->applicationIdentifier(), "app-1");
-  EXPECT_EQ(host->events, std::vector<std::string>{"vlq_survey_completed"});
-
-  EXPECT_EQ(VLQController::installSharedController(nullptr), host);
-  EXPECT_FALSE(VLQController::sharedController()->applicationIdentifier().has_value());
-}
-
+// Every suite installs a host and sees its events reach it; here, installing while others read.
 TEST(HostSingletonTest, ReadersOnOtherThreadsSeeEitherHostWhileOneInstalls) {
-  auto host = std::make_shared<CountingController>();
+  auto host = std::make_shared<NamedController>();
   std::atomic<bool> done{false};
   std::vector<std::thread> readers;
   for (int i = 0; i < 3; ++i) {
@@ -43,8 +28,8 @@ TEST(HostSingletonTest, ReadersOnOtherThreadsSeeEitherHostWhileOneInstalls) {
     });
   }
   for (int i = 0; i < 200; ++i) {
-    VLQController::installSharedController(host);
-    VLQController::installSharedController(nullptr);
+    EXPECT_EQ(VLQController::installSharedController(host), nullptr);
+    EXPECT_EQ(VLQController::installSharedController(nullptr), host);
   }
   done = true;
   for (auto& reader : readers)

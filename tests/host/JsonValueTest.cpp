@@ -27,34 +27,14 @@ TEST(JsonValueTest, AnAbsentKeyIsMissingWhileAPresentNullIsAValue) {
 }
 
 TEST(JsonValueTest, BoolValueFollowsNumberAndStringConversions) {
-  const std::pair<Json, bool> cases[] = {
-      {true, true},
-      {false, false},
-      {1, true},
-      {0, false},
-      {-3, true},
-      {0.5, true},
-      {0.0, false},
-      {"1", true},
-      {"0", false},
-      {"00", false},
-      {"  7", true},
-      {"-0005", true},
-      {"+0", false},
-      {"true", true},
-      {"yes", true},
-      {"Y", true},
-      {"no", false},
-      {"false", false},
-      {"", false},
-      {"x1", false},
-      {"0x1", false},
-      {nullptr, false},
-      {Json::array({1}), false},
-      {Json::object(), false},
-  };
-  for (const auto& [value, expected] : cases) {
-    EXPECT_EQ(boolValue(value), expected) << value.dump();
+  for (const Json& value : {Json(true), Json(1), Json(-3), Json(0.5), Json("1"), Json("  7"),
+                            Json("-0005"), Json("true"), Json("yes"), Json("Y")}) {
+    EXPECT_TRUE(boolValue(value)) << value.dump();
+  }
+  for (const Json& value : {Json(false), Json(0), Json(0.0), Json("0"), Json("00"), Json("+0"),
+                            Json("no"), Json("false"), Json(""), Json("x1"), Json("0x1"),
+                            Json(nullptr), Json::array({1}), Json::object()}) {
+    EXPECT_FALSE(boolValue(value)) << value.dump();
   }
 }
 
