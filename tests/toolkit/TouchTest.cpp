@@ -70,15 +70,6 @@ TEST(TouchTest, PartsOfASubviewOutsideItsSuperviewTakeNoTouches) {
   EXPECT_EQ(screen.window->hitTest({150, 150}), screen.window);
 }
 
-TEST(TouchTest, UnhandledTouchesClimbTheResponderChainWithLocalCoordinates) {
-  Screen screen;
-  auto handler = screen.add(screen.window, CGRectMake(10, 20, 300, 300), "handler");
-  auto plain = std::make_shared<UIView>(CGRectMake(5, 5, 50, 50));
-  handler->addSubview(plain);
-  EXPECT_EQ(screen.window->tapAtPoint({20, 30}), plain);
-  EXPECT_EQ(screen.log, (std::vector<std::string>{"handler began", "handler ended at 10,10"}));
-}
-
 TEST(TouchTest, TappingAViewNeedsAFingerToReachIt) {
   Screen screen;
   auto target = screen.add(screen.window, CGRectMake(0, 0, 100, 100), "target");
