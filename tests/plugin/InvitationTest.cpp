@@ -114,20 +114,13 @@ TEST_F(InvitationTest, AcceptingPutsTheSurveyPageOnTheWindowAndKeepsTheBlur) {
   const auto card = invite(dialogConfig("circle"));
   ASSERT_TRUE(window->tapView(*card->surveyYesButton()));
   loop->runUntilIdle();
+  // The page's questions, the events and the busy plug-in are in the walkthrough scenarios.
   const auto page = surveyPage();
   ASSERT_NE(page, nullptr);
-  EXPECT_EQ(page->surveyId(), "s1");
   EXPECT_EQ(page->surveyPlugin(), plugin);
-  ASSERT_NE(page->questions(), nullptr);
-  EXPECT_EQ(page->questions()->questionsArray().size(), 1u);
   EXPECT_EQ(window->viewWithTag(kSurveyDialogTag), nullptr);
   EXPECT_EQ(plugin->bgView()->superview(), window);
   EXPECT_EQ(plugin->effectView()->superview(), window);
-  const auto names = host->eventNames();
-  ASSERT_GE(names.size(), 2u);
-  EXPECT_EQ(names[0], "vlq_survey_dialog_launched");
-  EXPECT_NE(std::find(names.begin(), names.end(), "vlq_surevy_dialog_yes_clicked"), names.end());
-  EXPECT_TRUE(plugin->isSurveyInAction());
 }
 
 TEST_F(InvitationTest, DecliningGivesTheScreenBackAndLeavesAnEmptyBlurBehind) {
@@ -166,8 +159,6 @@ TEST_F(InvitationTest, WithoutADialogTheSurveyOpensAtOnceWithAFractionalLaunchTi
   ASSERT_NE(page, nullptr);
   EXPECT_TRUE(cards().empty());
   EXPECT_TRUE(effectViews().empty());
-  const auto names = host->eventNames();
-  EXPECT_EQ(std::find(names.begin(), names.end(), "vlq_survey_dialog_launched"), names.end());
   EXPECT_FALSE(page->successMessage().has_value());
   EXPECT_EQ(plugin->dialogConfig()->isRoundButton(), std::nullopt);
   const double expected = (VirtualClock::kDefaultEpoch + 0.0004) * 1000.0;

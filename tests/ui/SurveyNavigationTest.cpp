@@ -19,8 +19,9 @@ std::vector<std::string> shownChoiceIds(const VLQSurveyViewController& page) {
   return ids;
 }
 
-// The walk forward and back, the titles, images and progress on each question and closing from the
-// first question are checked by the end-to-end walkthroughs; here, what Skip logs and counts.
+// The walk forward and back, the titles, images and progress on each question, a required question
+// without Skip and closing from the first question are checked by the end-to-end walkthroughs;
+// here, what Skip logs and counts.
 TEST_F(SurveyPageTest, SkipLogsWhereItWasPressedAndCountsAsAStep) {
   show(threeQuestionSurvey());
   EXPECT_EQ(host->events()[0].info, (Json{{"survey_id", "s-42"}}));
@@ -43,24 +44,6 @@ TEST_F(SurveyPageTest, OneQuestionSurveySubmitsFromTheStartAndSkipOnlyFillsTheBa
   settle();
   EXPECT_EQ(page->tapCount(), 0);
   EXPECT_EQ(page->vlqSurveyProgressView()->progress(), 1.0F);
-}
-
-TEST_F(SurveyPageTest, RequiredQuestionsHideSkipWherever) {
-  show(Json::parse(R"({"questions": [
-    {"id": "1", "title": "First", "answer_mode": "single_choice", "is_required": true,
-     "choices": [{"id": "a", "value": "A"}]},
-    {"id": "2", "title": "Second", "answer_mode": "single_choice",
-     "choices": [{"id": "b", "value": "B"}]},
-    {"id": "3", "title": "Third", "answer_mode": "single_choice",
-     "choices": [{"id": "c", "value": "C"}]}]})"));
-  EXPECT_TRUE(page->nextButton()->isHidden());
-  EXPECT_FALSE(tap(page->nextButton())) << "a hidden button takes no tap";
-  EXPECT_FALSE(submitEnabled());
-  tapRow(0);
-  EXPECT_TRUE(submitEnabled());
-  ASSERT_TRUE(tap(page->submitButton()));
-  EXPECT_EQ(page->tapCount(), 1);
-  EXPECT_FALSE(page->nextButton()->isHidden());
 }
 
 TEST_F(SurveyPageTest, ShuffleKeepsTheLastOtherAtTheBottom) {
