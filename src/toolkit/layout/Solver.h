@@ -58,8 +58,9 @@ class Solver {
   bool hasConstraint(const Constraint& constraint) const;
 
   // Makes the variable suggestible with the given (non-required) strength. Its suggested value
-  // starts at 0 until suggestValue says otherwise.
-  [[nodiscard]] SolverResult addEditVariable(const Variable& variable, double strength);
+  // starts at `value` (0 unless given) until suggestValue says otherwise.
+  [[nodiscard]] SolverResult addEditVariable(const Variable& variable, double strength,
+                                             double value = 0.0);
   [[nodiscard]] SolverResult removeEditVariable(const Variable& variable);
   bool hasEditVariable(const Variable& variable) const;
   [[nodiscard]] SolverResult suggestValue(const Variable& variable, double value);

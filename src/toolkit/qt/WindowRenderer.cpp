@@ -1,12 +1,15 @@
 #include "toolkit/qt/WindowRenderer.h"
 
+#include <QPainter>
 #include <algorithm>
 #include <cmath>
 
 #include "toolkit/Diagnostics.h"
+#include "toolkit/qt/DamageTracker.h"
 #include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/RenderPass.h"
 #include "toolkit/qt/ShadowCache.h"
+#include "toolkit/qt/TextLayoutCache.h"
 
 namespace vlq::toolkit::qt {
 namespace {
@@ -21,12 +24,22 @@ double usableScale(double scale) {
 }  // namespace
 
 WindowRenderer::WindowRenderer(double scale)
-    : scale_(usableScale(scale)), shadows_(std::make_unique<ShadowCache>()) {}
+    : scale_(usableScale(scale)),
+      shadows_(std::make_unique<ShadowCache>()),
+      texts_(std::make_unique<TextLayoutCache>()),
+      damage_(std::make_unique<DamageTracker>()) {}
 
 WindowRenderer::~WindowRenderer() = default;
 
 void WindowRenderer::setScale(double scale) {
-  scale_ = usableScale(scale);
+  const double usable = usableScale(scale);
+  if (usable == scale_) return;
+  scale_ = usable;
+  invalidate();
+}
+
+void WindowRenderer::invalidate() {
+  frameRoot_ = 0;
 }
 
 QImage WindowRenderer::render(UIView& root) {
@@ -37,9 +50,18 @@ QImage WindowRenderer::render(UIView& root) {
     const double pixels = std::ceil(points * scale_ - 1e-6);
     return static_cast<int>(std::isfinite(pixels) ? std::clamp(pixels, 1.0, kLargestSide) : 1.0);
   };
-  QImage image(side(bounds.width()), side(bounds.height()), QImage::Format_ARGB32_Premultiplied);
-  renderInto(root, image);
-  return image;
+  const QSize size(side(bounds.width()), side(bounds.height()));
+  const bool fresh = frameRoot_ != root.displayIdentity() || frame_.size() != size;
+  if (fresh) {
+    frame_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
+    frameRoot_ = root.displayIdentity();
+    damage_->forget();
+  }
+  lastDamage_ = damage_->update(root, scale_, frame_.rect(), *texts_);
+  if (fresh) lastDamage_ = {frame_.rect()};
+  for (const QRect& rect : lastDamage_)
+    paint(root, frame_, rect, damage_.get());
+  return frame_;
 }
 
 void WindowRenderer::renderInto(UIView& root, QImage& target) {
@@ -49,6 +71,11 @@ void WindowRenderer::renderInto(UIView& root, QImage& target) {
   if (target.format() != QImage::Format_ARGB32_Premultiplied) {
     target = target.convertToFormat(QImage::Format_ARGB32_Premultiplied);
   }
+  paint(root, target, target.rect(), nullptr);
+}
+
+void WindowRenderer::paint(UIView& root, QImage& target, const QRect& clip,
+                           const DamageTracker* extents) {
   // A target that the root covers exactly, to the pixel, needs no clearing.
   const CGRect bounds = root.bounds();
   const auto exact = [&](double points, int pixels) {
@@ -56,18 +83,28 @@ void WindowRenderer::renderInto(UIView& root, QImage& target) {
   };
   if (!exact(bounds.width(), target.width()) || !exact(bounds.height(), target.height()) ||
       !RenderPass::coversItsBounds(root)) {
-    target.fill(Qt::transparent);
+    if (clip == target.rect()) {
+      target.fill(Qt::transparent);
+    } else {
+      QPainter clearing(&target);
+      clearing.setCompositionMode(QPainter::CompositionMode_Source);
+      clearing.fillRect(clip, Qt::transparent);
+    }
   }
-  RenderPass pass(target, scale_, *shadows_);
+  RenderPass pass(target, scale_, *shadows_, *texts_, extents, clip);
   pass.paintRoot(root);
 }
 
-bool renderToPNG(UIView& root, const std::string& path, double scale) {
-  WindowRenderer renderer(scale);
+bool renderToPNG(WindowRenderer& renderer, UIView& root, const std::string& path) {
   const QImage image = renderer.render(root);
   if (image.save(QString::fromStdString(path), "PNG")) return true;
   reportDiagnostic("renderToPNG: cannot write " + path);
   return false;
+}
+
+bool renderToPNG(UIView& root, const std::string& path, double scale) {
+  WindowRenderer renderer(scale);
+  return renderToPNG(renderer, root, path);
 }
 
 }  // namespace vlq::toolkit::qt
