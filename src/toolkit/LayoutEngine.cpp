@@ -23,7 +23,23 @@ void LayoutEngine::subtreeLeavingTree(const UIView& view) {
   UIView* parent = view.superviewPointer();
   if (!parent) return;
   UIView* root = parent->rootView();
-  if (root->treeSolver_) root->treeSolver_->forgetSubtree(view);
+  if (!root->treeSolver_) return;
+  // Taking most of a system apart piece by piece costs more than building the rest again (a
+  // screen replaced by another): the next pass builds the solver afresh.
+  std::size_t leaving = 0;
+  std::vector<const UIView*> pending{&view};
+  while (!pending.empty()) {
+    const UIView* next = pending.back();
+    pending.pop_back();
+    ++leaving;
+    for (const auto& subview : next->subviews())
+      pending.push_back(subview.get());
+  }
+  if (2 * leaving >= root->treeSolver_->viewCount()) {
+    root->treeSolver_.reset();
+  } else {
+    root->treeSolver_->forgetSubtree(view);
+  }
 }
 
 layout::SolverStatistics LayoutEngine::statistics(const UIView& root) {
@@ -32,12 +48,12 @@ layout::SolverStatistics LayoutEngine::statistics(const UIView& root) {
 
 void LayoutEngine::layoutTree(UIView& root) {
   const auto keepAlive = root.strongSelf<UIView>();
-  if (!root.treeSolver_) root.treeSolver_ = std::make_unique<TreeSolver>(root);
   // A layoutSubviews that gives the root a superview hands the tree to the new root.
-  const auto handedOver = [&root] { return root.superviewPointer() || !root.treeSolver_; };
+  const auto handedOver = [&root] { return root.superviewPointer() != nullptr; };
   const auto solve = [&root, &handedOver] {
     // The safe-area insets follow the frames they are computed from; solve until they agree.
     for (int attempt = 0; attempt < 3 && !handedOver(); ++attempt) {
+      if (!root.treeSolver_) root.treeSolver_ = std::make_unique<TreeSolver>(root);
       if (root.treeSolver_->update()) break;
     }
   };

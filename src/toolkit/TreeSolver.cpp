@@ -144,6 +144,7 @@ TreeSolver::~TreeSolver() = default;
 
 bool TreeSolver::add(const lay::Constraint& constraint, const char* what,
                      const NSLayoutConstraint* source) {
+  reshaped_ = true;
   const auto result = solver_.addConstraint(constraint);
   if (result == lay::SolverResult::Ok) return true;
   reportDiagnostic("layout: unable to satisfy every constraint; breaking " +
@@ -154,6 +155,7 @@ bool TreeSolver::add(const lay::Constraint& constraint, const char* what,
 
 void TreeSolver::remove(std::optional<lay::Constraint>& constraint) {
   if (!constraint) return;
+  reshaped_ = true;
   (void)solver_.removeConstraint(*constraint);
   constraint.reset();
 }
@@ -211,20 +213,9 @@ bool TreeSolver::update() {
     syncConstraints(*host, views_.at(host));
   for (UIView* view : resized)
     refreshIntrinsicSize(*view, views_.at(view));
-  for (UIView* view : added) {
-    ViewEntry& entry = views_.at(view);
-    refreshIntrinsicSize(*view, entry);
-    if (!entry.pinned) {
-      for (std::size_t i = 0; i < 4; ++i) {
-        if (solver_.addEditVariable(entry.frame[i], kStayStrength, entry.held[i]) !=
-            lay::SolverResult::Ok) {
-          reportDiagnostic(
-              "layout: unable to keep a view's last frame (a number is NaN or "
-              "infinite)");
-        }
-      }
-    }
-  }
+  for (UIView* view : added)
+    refreshIntrinsicSize(*view, views_.at(view));
+  if (reshaped_) keepFreeFrames();
 
   solver_.updateVariables();
   assignFrames();
@@ -258,13 +249,38 @@ void TreeSolver::addPins(const UIView& view, ViewEntry& entry) {
 }
 
 void TreeSolver::removeFrame(ViewEntry& entry) {
-  if (entry.pinned) {
-    for (auto& pin : entry.pins)
-      remove(pin);
-    return;
+  for (auto& pin : entry.pins)
+    remove(pin);
+  for (std::size_t i = 0; i < 4; ++i) {
+    if (entry.stays[i]) (void)solver_.removeEditVariable(entry.frame[i]);
+    entry.stays[i] = false;
   }
-  for (const auto& variable : entry.frame)
-    (void)solver_.removeEditVariable(variable);
+  reshaped_ = true;
+}
+
+void TreeSolver::keepFreeFrames() {
+  reshaped_ = false;
+  std::vector<std::pair<ViewEntry*, std::size_t>> candidates;
+  std::vector<lay::Variable> variables;
+  for (auto& [view, entry] : views_) {
+    if (entry.pinned) continue;
+    for (std::size_t i = 0; i < 4; ++i) {
+      if (entry.stays[i]) continue;
+      candidates.emplace_back(&entry, i);
+      variables.push_back(entry.frame[i]);
+    }
+  }
+  const std::vector<bool> fixed = solver_.fixedVariables(variables);
+  for (std::size_t k = 0; k < candidates.size(); ++k) {
+    if (fixed[k]) continue;
+    auto [entry, i] = candidates[k];
+    if (solver_.addEditVariable(entry->frame[i], kStayStrength, entry->held[i]) ==
+        lay::SolverResult::Ok) {
+      entry->stays[i] = true;
+    } else {
+      reportDiagnostic("layout: unable to keep a view's last frame (a number is NaN or infinite)");
+    }
+  }
 }
 
 void TreeSolver::refreshFrame(UIView& view, ViewEntry& entry) {
@@ -274,12 +290,7 @@ void TreeSolver::refreshFrame(UIView& view, ViewEntry& entry) {
     removeFrame(entry);
     entry.pinned = pinned;
     entry.held = held;
-    if (pinned) {
-      addPins(view, entry);
-    } else {
-      for (std::size_t i = 0; i < 4; ++i)
-        (void)solver_.addEditVariable(entry.frame[i], kStayStrength, held[i]);
-    }
+    if (pinned) addPins(view, entry);
     return;
   }
   holdFrame(view, entry, held);
@@ -293,7 +304,8 @@ void TreeSolver::holdFrame(const UIView& view, ViewEntry& entry, const FrameValu
       remove(entry.pins[i]);
       const lay::Constraint pin = entry.frame[i] == held[i];
       if (add(pin, &view == &root_ ? "root frame" : "autoresizing frame")) entry.pins[i] = pin;
-    } else if (solver_.suggestValue(entry.frame[i], held[i]) != lay::SolverResult::Ok) {
+    } else if (entry.stays[i] &&
+               solver_.suggestValue(entry.frame[i], held[i]) != lay::SolverResult::Ok) {
       reportDiagnostic("layout: unable to keep a view's last frame (a number is NaN or infinite)");
     }
   }

@@ -12,8 +12,11 @@
 //
 // A frame that a view translates from its autoresizing mask (and the root's) is held by required
 // constraints; any other view keeps its last frame where its constraints leave it free, through
-// edit variables of the weakest strength suggested to that frame. Intrinsic content sizes are a
-// pair of constraints per dimension (hugging and compression resistance at the view's priorities).
+// edit variables of the weakest strength suggested to that frame. Those are given only to the
+// variables that the solution leaves free: on a variable that required constraints and stronger
+// preferences decide, the weakest wish changes nothing, and adding it to a long chain of views
+// costs as much as the chain is long. Intrinsic content sizes are a pair of constraints per
+// dimension (hugging and compression resistance at the view's priorities).
 //
 // What changed is found by following the views' solve flags down from the root: frames, intrinsic
 // sizes and installed constraints that views noted (UIView::noteLayoutChange), and subtrees that
@@ -53,6 +56,8 @@ class TreeSolver {
   // them: the subtree is leaving the tree.
   void forgetSubtree(const UIView& view);
 
+  // How many views the system holds.
+  std::size_t viewCount() const { return views_.size(); }
   // How much the solver holds; for tests and measurements.
   layout::SolverStatistics statistics() const { return solver_.statistics(); }
 
@@ -78,6 +83,8 @@ class TreeSolver {
     FrameValues held{};
     // The pins, when pinned; one that could not be met is missing.
     std::array<std::optional<layout::Constraint>, 4> pins;
+    // Which variables have an edit variable, when not pinned.
+    std::array<bool, 4> stays{};
     std::array<IntrinsicAxis, 2> intrinsic;
     // The constraints installed on the view that the system has seen, in their order there.
     std::vector<std::shared_ptr<NSLayoutConstraint>> installed;
@@ -127,6 +134,9 @@ class TreeSolver {
                  double coefficient) const;
   void assignFrames();
   bool guideInsetsHold();
+  // Gives an edit variable, at its last value, to every frame variable that the solution leaves
+  // free and has none yet.
+  void keepFreeFrames();
 
   FrameValues heldValues(const UIView& view) const;
   // Adds a constraint; when the solver refuses it, says so, naming `source` or else `what`.
@@ -140,6 +150,8 @@ class TreeSolver {
   std::unordered_map<const NSLayoutConstraint*, ConstraintEntry> constraints_;
   // The built constraints that name a safe-area guide.
   std::unordered_set<const NSLayoutConstraint*> guided_;
+  // Constraints came or went since the last keepFreeFrames.
+  bool reshaped_ = true;
   std::uint64_t syncs_ = 0;
 };
 

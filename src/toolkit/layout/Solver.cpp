@@ -279,6 +279,16 @@ void Solver::updateVariables() {
   }
 }
 
+std::vector<bool> Solver::fixedVariables(const std::vector<Variable>& variables) {
+  std::vector<bool> fixed(variables.size(), false);
+  state_->tableau.beginFixednessQueries();
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    const std::uint32_t* position = state_->variableIndex.find(variables[i].identity());
+    if (position) fixed[i] = state_->tableau.isFixed(state_->variables[*position].symbol);
+  }
+  return fixed;
+}
+
 void Solver::reset() {
   state_ = std::make_unique<State>();
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "toolkit/layout/Constraint.h"
 #include "toolkit/layout/Expression.h"
@@ -67,6 +68,11 @@ class Solver {
 
   // Writes the current solution into every variable that a constraint mentions.
   void updateVariables();
+
+  // For each variable, whether the current solution leaves it no freedom: required equalities
+  // and preferences that any move would violate decide its value, so that an edit variable of
+  // the weakest strength on it could change nothing. A variable no constraint mentions is free.
+  std::vector<bool> fixedVariables(const std::vector<Variable>& variables);
 
   // Forgets every constraint, edit variable and variable.
   void reset();
