@@ -4,7 +4,6 @@
 // opacity. Every view has exactly one; its view's background colour, alpha and hidden flag are
 // these same properties.
 
-#include <cstdint>
 #include <optional>
 
 #include "toolkit/Geometry.h"
@@ -15,46 +14,38 @@ namespace vlq::toolkit {
 class CALayer {
  public:
   const std::optional<UIColor>& backgroundColor() const { return backgroundColor_; }
-  void setBackgroundColor(std::optional<UIColor> color) { assign(backgroundColor_, color); }
+  void setBackgroundColor(std::optional<UIColor> color) { backgroundColor_ = color; }
   double cornerRadius() const { return cornerRadius_; }
-  void setCornerRadius(double radius) { assign(cornerRadius_, radius); }
+  void setCornerRadius(double radius) { cornerRadius_ = radius; }
   double borderWidth() const { return borderWidth_; }
-  void setBorderWidth(double width) { assign(borderWidth_, width); }
+  void setBorderWidth(double width) { borderWidth_ = width; }
   // Opaque black until set.
   const std::optional<UIColor>& borderColor() const { return borderColor_; }
-  void setBorderColor(std::optional<UIColor> color) { assign(borderColor_, color); }
+  void setBorderColor(std::optional<UIColor> color) { borderColor_ = color; }
   // Opaque black until set; the shadow shows only once its opacity is above 0.
   const std::optional<UIColor>& shadowColor() const { return shadowColor_; }
-  void setShadowColor(std::optional<UIColor> color) { assign(shadowColor_, color); }
+  void setShadowColor(std::optional<UIColor> color) { shadowColor_ = color; }
   double shadowOpacity() const { return shadowOpacity_; }
-  void setShadowOpacity(double opacity) { assign(shadowOpacity_, opacity); }
+  void setShadowOpacity(double opacity) { shadowOpacity_ = opacity; }
   CGSize shadowOffset() const { return shadowOffset_; }
-  void setShadowOffset(CGSize offset) { assign(shadowOffset_, offset); }
+  void setShadowOffset(CGSize offset) { shadowOffset_ = offset; }
   double shadowRadius() const { return shadowRadius_; }
-  void setShadowRadius(double radius) { assign(shadowRadius_, radius); }
+  void setShadowRadius(double radius) { shadowRadius_ = radius; }
   bool masksToBounds() const { return masksToBounds_; }
-  void setMasksToBounds(bool masks) { assign(masksToBounds_, masks); }
+  void setMasksToBounds(bool masks) { masksToBounds_ = masks; }
   // Siblings draw (and take touches) in increasing z-position, then in subview order.
   double zPosition() const { return zPosition_; }
-  void setZPosition(double z) { assign(zPosition_, z); }
+  void setZPosition(double z) { zPosition_ = z; }
   double opacity() const { return opacity_; }
-  void setOpacity(double opacity) { assign(opacity_, opacity); }
+  void setOpacity(double opacity) { opacity_ = opacity; }
   bool isHidden() const { return hidden_; }
-  void setHidden(bool hidden) { assign(hidden_, hidden); }
+  void setHidden(bool hidden) { hidden_ = hidden; }
 
-  // Counts the changes of the properties above, so that a renderer can tell whether the layer
-  // looks as it did when it last painted it.
-  std::uint64_t changeCount() const { return changeCount_; }
+  // Whether two layers look the same; a renderer compares a layer with a copy taken when it last
+  // painted it.
+  friend bool operator==(const CALayer&, const CALayer&) = default;
 
  private:
-  template <class T>
-  void assign(T& property, const T& value) {
-    // NaN never equals itself: setting it again counts as a change, which only costs a repaint.
-    if (property == value) return;
-    property = value;
-    ++changeCount_;
-  }
-
   std::optional<UIColor> backgroundColor_;
   double cornerRadius_ = 0;
   double borderWidth_ = 0;
@@ -67,7 +58,6 @@ class CALayer {
   double zPosition_ = 0;
   double opacity_ = 1;
   bool hidden_ = false;
-  std::uint64_t changeCount_ = 0;
 };
 
 }  // namespace vlq::toolkit

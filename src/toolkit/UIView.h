@@ -167,8 +167,8 @@ class UIView : public UIResponder {
   // they draw changes, and so must a view of a program's own whose drawContent follows its state.
   // A renderer finds what else changed since it last painted by comparing: a number that tells
   // this view from every other view of the process, a counter that moves on every
-  // setNeedsDisplay, one that moves whenever the list or order of subviews changes, and the
-  // layer's own change count.
+  // setNeedsDisplay, one that moves whenever the list or order of subviews changes, and the layer
+  // itself.
   void setNeedsDisplay();
   void setNeedsDisplayInRect(CGRect rect);
   std::uint64_t displayIdentity() const { return displayIdentity_; }

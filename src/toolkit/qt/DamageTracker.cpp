@@ -14,6 +14,9 @@ namespace {
 constexpr double kWholeTargetShare = 0.6;
 // How many separate rectangles one repaint may take.
 constexpr std::size_t kMostRects = 6;
+// Past this many pieces of damage (a new screen, a whole list moved) merging them costs more than
+// it saves: everything is painted.
+constexpr std::size_t kMostPieces = 64;
 
 // Whether the survivors of `before` and of `after` (the identities in both) come in the same
 // order in each.
@@ -94,21 +97,21 @@ std::vector<QRect> DamageTracker::update(const UIView& root, double scale, const
   });
 
   std::vector<QRect> rects;
-  qint64 damaged = 0;
+  qint64 covered = 0;
   for (const QRectF& rect : damage_) {
     const QRect pixels = rect.toAlignedRect() & target;
     if (pixels.isEmpty()) continue;
     rects.push_back(pixels);
-    damaged += area(pixels);
+    covered += area(pixels);
   }
   if (rects.empty()) return {};
+  // Pieces that add up to more than the target (overlaps counted twice) leave little to spare.
+  if (rects.size() > kMostPieces || covered > 2 * area(target)) return {target};
   const bool reachesBlur = std::any_of(blurred_.begin(), blurred_.end(), [&](const QRectF& blur) {
     return std::any_of(rects.begin(), rects.end(),
                        [&](const QRect& rect) { return blur.intersects(QRectF(rect)); });
   });
-  if (reachesBlur || static_cast<double>(damaged) > kWholeTargetShare * area(target)) {
-    return {target};
-  }
+  if (reachesBlur) return {target};
   rects = mergedRects(std::move(rects), kMostRects);
   qint64 merged = 0;
   for (const QRect& rect : rects)
@@ -158,7 +161,7 @@ QRectF DamageTracker::visit(const UIView& view, QPointF parentOffset, bool isRoo
   const std::size_t damageBefore = damage_.size();
   auto [found, isNew] = records_.try_emplace(view.displayIdentity());
   Record& record = found->second;
-  const bool layerChanged = !isNew && record.layerChanges != layer.changeCount();
+  const bool layerChanged = !isNew && !(record.layer == layer);
   if (isNew || layerChanged || record.contentVersion != view.contentVersion() ||
       record.box != box || record.boundsOrigin != bounds.origin) {
     const QRectF own = ownExtent(view, contentOffset, box);
@@ -204,7 +207,7 @@ QRectF DamageTracker::visit(const UIView& view, QPointF parentOffset, bool isRoo
     blurred_.push_back(box.adjusted(-spread, -spread, spread, spread));
   }
 
-  record.layerChanges = layer.changeCount();
+  record.layer = layer;
   record.contentVersion = view.contentVersion();
   record.subviewsVersion = view.subviewsVersion();
   record.box = box;

@@ -1,10 +1,10 @@
 #pragma once
 
 // What changed in a view tree since a renderer last painted it, and where on the target. It keeps
-// a record per view of what it looked like then: its place, the layer's and the content's change
-// counts, the order of its subviews, and what it covered in device pixels (its own painting, with
-// its shadow and any content that reaches past its bounds, and its whole subtree). Comparing the
-// tree with the records finds what to paint again:
+// a record per view of what it looked like then: its place, a copy of its layer, the content's
+// change count, the order of its subviews, and what it covered in device pixels (its own painting,
+// with its shadow and any content that reaches past its bounds, and its whole subtree). Comparing
+// the tree with the records finds what to paint again:
 //   - a view that appeared, moved, resized, or whose layer or content changed: where it was and
 //     where it is;
 //   - a view whose layer changed (opacity, clipping, stacking) or whose subviews changed order:
@@ -47,7 +47,7 @@ class DamageTracker {
 
  private:
   struct Record {
-    std::uint64_t layerChanges = 0;
+    CALayer layer;
     std::uint64_t contentVersion = 0;
     std::uint64_t subviewsVersion = 0;
     QRectF box;

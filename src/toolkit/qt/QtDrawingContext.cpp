@@ -57,7 +57,11 @@ void QtDrawingContext::drawImage(const UIImage& image, CGRect rect, UIViewConten
   const CGSize size = image.size();
   const QRectF target = imagePlacement(QSizeF(size.width, size.height), qtRect(rect), mode);
   if (target.isEmpty()) return;
-  painter_.drawImage(target, decoded->image());
+  if (images_) {
+    images_->draw(painter_, image.pixels(), decoded->image(), target);
+  } else {
+    painter_.drawImage(target, decoded->image());
+  }
 }
 
 double PlacedText::lineLeft(std::size_t index) const {

@@ -6,15 +6,18 @@
 #include <optional>
 
 #include "toolkit/DrawingContext.h"
+#include "toolkit/qt/DrawnImageCache.h"
 #include "toolkit/qt/TextLayoutCache.h"
 
 namespace vlq::toolkit::qt {
 
 class QtDrawingContext : public DrawingContext {
  public:
-  // Text layouts come from `texts` when given, so that a text drawn again is not laid out again.
-  explicit QtDrawingContext(QPainter& painter, TextLayoutCache* texts = nullptr)
-      : painter_(painter), texts_(texts ? *texts : ownTexts_) {}
+  // Text layouts come from `texts` and resampled images from `images` when given, so that what is
+  // drawn again is not laid out or resampled again.
+  explicit QtDrawingContext(QPainter& painter, TextLayoutCache* texts = nullptr,
+                            DrawnImageCache* images = nullptr)
+      : painter_(painter), texts_(texts ? *texts : ownTexts_), images_(images) {}
 
   void fillRect(CGRect rect, UIColor color, double cornerRadius) override;
   void strokeRect(CGRect rect, UIColor color, double lineWidth, double cornerRadius) override;
@@ -28,6 +31,7 @@ class QtDrawingContext : public DrawingContext {
   QPainter& painter_;
   TextLayoutCache ownTexts_;
   TextLayoutCache& texts_;
+  DrawnImageCache* images_;
 };
 
 // Where an image of `imageSize` goes in `rect` under `mode` (it may reach outside `rect`).

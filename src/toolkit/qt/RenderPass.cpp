@@ -55,13 +55,9 @@ bool RenderPass::coversItsBounds(const UIView& root) {
   return paintsBoundsOpaquely(root, 0);
 }
 
-RenderPass::RenderPass(QImage& target, double scale, ShadowCache& shadows, TextLayoutCache& texts,
+RenderPass::RenderPass(QImage& target, double scale, RenderCaches& caches,
                        const DamageTracker* extents, const QRect& clip)
-    : scale_(scale),
-      shadows_(shadows),
-      texts_(texts),
-      extents_(extents),
-      targetRect_(target.rect()) {
+    : scale_(scale), caches_(caches), extents_(extents), targetRect_(target.rect()) {
   auto root = std::make_unique<Surface>();
   root->image = &target;
   root->clip = QRectF(clip & targetRect_);
@@ -110,6 +106,23 @@ bool RenderPass::reaches(const UIView& view, bool subtree) const {
   const DamageTracker::Extents* extents = extents_ ? extents_->extents(view) : nullptr;
   if (!extents) return true;
   return (subtree ? extents->subtree : extents->own).intersects(surfaces_.back()->clip);
+}
+
+QRegion RenderPass::opaqueSubviewPixels(const UIView& view, QPointF contentOffset,
+                                        const QRectF& deviceBox) const {
+  QRegion covered;
+  for (const auto& subview : view.subviews()) {
+    if (!isFinite(subview->frame()) || !paintsBoundsOpaquely(*subview, 1)) continue;
+    // The whole pixels inside: the edge pixels of a fractional rectangle are only partly painted.
+    const QRectF area = toDevice(qtRect(subview->frame()), contentOffset).intersected(deviceBox);
+    const int left = static_cast<int>(std::ceil(area.left()));
+    const int top = static_cast<int>(std::ceil(area.top()));
+    const int right = static_cast<int>(std::floor(area.right()));
+    const int bottom = static_cast<int>(std::floor(area.bottom()));
+    if (right - left >= 8 && bottom - top >= 8)
+      covered += QRect(left, top, right - left, bottom - top);
+  }
+  return covered;
 }
 
 QRectF RenderPass::subtreeExtent(const UIView& view, QPointF parentOffset) const {
@@ -246,12 +259,25 @@ void RenderPass::paintLayerAndContent(const UIView& view, QPointF contentOffset)
     paintRectShadow(deviceBox, radius * scale_, layer);
   }
   if (paintsItself && hasVisibleBackground(layer) && !hasOpaqueCover(view, 0)) {
+    // Not under subviews that paint over it opaquely anyway (a rounded mask would let some of it
+    // show at their corners).
+    const QRegion covered = layer.masksToBounds() && radius > 0
+                                ? QRegion()
+                                : opaqueSubviewPixels(view, contentOffset, deviceBox);
+    if (!covered.isEmpty()) {
+      painter().save();
+      useDeviceCoordinates();
+      painter().setClipRegion(
+          (QRegion(deviceBox.toAlignedRect()) - covered).translated(-top().origin),
+          Qt::IntersectClip);
+    }
     useCoordinates(contentOffset);
     if (radius > 0) {
       painter().fillPath(roundedRectPath(box, radius), qtColor(*layer.backgroundColor()));
     } else {
       painter().fillRect(box, qtColor(*layer.backgroundColor()));
     }
+    if (!covered.isEmpty()) painter().restore();
   }
   if (const auto blur = view.backdropBlur(); blur && paintsItself) {
     paintBackdropBlur(deviceBox, radius * scale_, *blur);
@@ -272,7 +298,7 @@ void RenderPass::paintLayerAndContent(const UIView& view, QPointF contentOffset)
   if (painting) {
     if (paintsItself) {
       useCoordinates(contentOffset);
-      QtDrawingContext context(painter(), &texts_);
+      QtDrawingContext context(painter(), &caches_.texts, &caches_.images);
       view.drawContent(context);
     }
     for (const auto& subview : view.subviewsInDrawingOrder()) {
@@ -308,7 +334,7 @@ void RenderPass::paintRectShadow(const QRectF& deviceBox, double radius, const C
   const QSize size(static_cast<int>(std::lround(shape.width())),
                    static_cast<int>(std::lround(shape.height())));
   if (size.isEmpty()) return;
-  const auto& shadow = shadows_.roundedRectShadow(size, radius, sigma, color);
+  const auto& shadow = caches_.shadows.roundedRectShadow(size, radius, sigma, color);
   // On whole pixels, so that the image is copied rather than resampled; a blurred edge does not
   // show the half pixel.
   const QPoint at = (shape.topLeft() - QPointF(shadow.margin, shadow.margin)).toPoint();

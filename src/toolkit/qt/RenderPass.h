@@ -14,14 +14,14 @@
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegion>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "toolkit/UIView.h"
 #include "toolkit/qt/DamageTracker.h"
-#include "toolkit/qt/ShadowCache.h"
-#include "toolkit/qt/TextLayoutCache.h"
+#include "toolkit/qt/RenderCaches.h"
 
 namespace vlq::toolkit::qt {
 
@@ -30,8 +30,8 @@ class RenderPass {
   // Paints onto `target`, whose top left corner is the root's bounds origin, at `scale` device
   // pixels per point, inside `clip` (in target pixels). `extents`, when given, tells where each
   // view paints.
-  RenderPass(QImage& target, double scale, ShadowCache& shadows, TextLayoutCache& texts,
-             const DamageTracker* extents, const QRect& clip);
+  RenderPass(QImage& target, double scale, RenderCaches& caches, const DamageTracker* extents,
+             const QRect& clip);
   ~RenderPass();
   RenderPass(const RenderPass&) = delete;
   RenderPass& operator=(const RenderPass&) = delete;
@@ -77,6 +77,9 @@ class RenderPass {
   void useDeviceCoordinates();
   // Everything the view and its subtree may paint, in target pixels.
   QRectF subtreeExtent(const UIView& view, QPointF parentOffset) const;
+  // The whole target pixels of `deviceBox` that subviews of `view` paint over opaquely.
+  QRegion opaqueSubviewPixels(const UIView& view, QPointF contentOffset,
+                              const QRectF& deviceBox) const;
 
   Surface& top() { return *surfaces_.back(); }
   QPainter& painter() { return *top().painter; }
@@ -95,8 +98,7 @@ class RenderPass {
   QImage compositeBelow(const QRect& region) const;
 
   double scale_;
-  ShadowCache& shadows_;
-  TextLayoutCache& texts_;
+  RenderCaches& caches_;
   const DamageTracker* extents_;
   QRect targetRect_;
   std::vector<std::unique_ptr<Surface>> surfaces_;

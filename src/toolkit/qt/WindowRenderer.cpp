@@ -7,9 +7,8 @@
 #include "toolkit/Diagnostics.h"
 #include "toolkit/qt/DamageTracker.h"
 #include "toolkit/qt/QtPlatform.h"
+#include "toolkit/qt/RenderCaches.h"
 #include "toolkit/qt/RenderPass.h"
-#include "toolkit/qt/ShadowCache.h"
-#include "toolkit/qt/TextLayoutCache.h"
 
 namespace vlq::toolkit::qt {
 namespace {
@@ -25,8 +24,7 @@ double usableScale(double scale) {
 
 WindowRenderer::WindowRenderer(double scale)
     : scale_(usableScale(scale)),
-      shadows_(std::make_unique<ShadowCache>()),
-      texts_(std::make_unique<TextLayoutCache>()),
+      caches_(std::make_unique<RenderCaches>()),
       damage_(std::make_unique<DamageTracker>()) {}
 
 WindowRenderer::~WindowRenderer() = default;
@@ -53,11 +51,12 @@ QImage WindowRenderer::render(UIView& root) {
   const QSize size(side(bounds.width()), side(bounds.height()));
   const bool fresh = frameRoot_ != root.displayIdentity() || frame_.size() != size;
   if (fresh) {
-    frame_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
+    // Painted all over: a frame of the same size serves as it is.
+    if (frame_.size() != size) frame_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
     frameRoot_ = root.displayIdentity();
     damage_->forget();
   }
-  lastDamage_ = damage_->update(root, scale_, frame_.rect(), *texts_);
+  lastDamage_ = damage_->update(root, scale_, frame_.rect(), caches_->texts);
   if (fresh) lastDamage_ = {frame_.rect()};
   for (const QRect& rect : lastDamage_)
     paint(root, frame_, rect, damage_.get());
@@ -91,7 +90,7 @@ void WindowRenderer::paint(UIView& root, QImage& target, const QRect& clip,
       clearing.fillRect(clip, Qt::transparent);
     }
   }
-  RenderPass pass(target, scale_, *shadows_, *texts_, extents, clip);
+  RenderPass pass(target, scale_, *caches_, extents, clip);
   pass.paintRoot(root);
 }
 

@@ -2,9 +2,9 @@
 
 // Renders view trees into images: a window, or any view with its subviews, laid out first and then
 // painted at a given number of device pixels per point. A renderer keeps what it can reuse between
-// frames (the last frame, what each view covered in it, text layouts, blurred shadows), so a
-// program that renders repeatedly keeps one: after the first frame it paints again only what
-// changed since the last one.
+// frames (the last frame, what each view covered in it, text layouts, resampled images, blurred
+// shadows), so a program that renders repeatedly keeps one: after the first frame it paints again
+// only what changed since the last one.
 
 #include <QImage>
 #include <QRect>
@@ -19,8 +19,7 @@
 namespace vlq::toolkit::qt {
 
 class DamageTracker;
-class ShadowCache;
-class TextLayoutCache;
+struct RenderCaches;
 
 class WindowRenderer {
  public:
@@ -54,8 +53,7 @@ class WindowRenderer {
   void paint(UIView& root, QImage& target, const QRect& clip, const DamageTracker* extents);
 
   double scale_;
-  std::unique_ptr<ShadowCache> shadows_;
-  std::unique_ptr<TextLayoutCache> texts_;
+  std::unique_ptr<RenderCaches> caches_;
   std::unique_ptr<DamageTracker> damage_;
   QImage frame_;
   // The root the frame shows, by its display identity; 0: no frame yet.
