@@ -40,7 +40,10 @@ void DrawnImageCache::draw(QPainter& painter, const std::shared_ptr<const Decode
     {
       QPainter onto(&drawn);
       onto.setRenderHints(painter.renderHints());
-      onto.drawImage(QRectF(phase, device.size()), image);
+      // The painter's own transform, moved by whole pixels: Qt samples a scaled image differently
+      // from one drawn into a rectangle of the same device size without a transform.
+      onto.setTransform(transform * QTransform::fromTranslate(-whole.x(), -whole.y()));
+      onto.drawImage(target, image);
     }
     found = entries_.emplace(key, Entry{source, std::move(drawn)}).first;
   }
