@@ -74,6 +74,11 @@ void DamageTracker::damage(const QRectF& rect) {
   if (rect.isValid()) damage_.push_back(rect);
 }
 
+bool DamageTracker::reachesBlur(const QRect& rect) const {
+  return std::any_of(blurred_.begin(), blurred_.end(),
+                     [&](const QRectF& blur) { return blur.intersects(QRectF(rect)); });
+}
+
 const DamageTracker::Extents* DamageTracker::extents(const UIView& view) const {
   const auto found = records_.find(view.displayIdentity());
   if (found == records_.end() || found->second.pass != pass_) return nullptr;
@@ -107,11 +112,10 @@ std::vector<QRect> DamageTracker::update(const UIView& root, double scale, const
   if (rects.empty()) return {};
   // Pieces that add up to more than the target (overlaps counted twice) leave little to spare.
   if (rects.size() > kMostPieces || covered > 2 * area(target)) return {target};
-  const bool reachesBlur = std::any_of(blurred_.begin(), blurred_.end(), [&](const QRectF& blur) {
-    return std::any_of(rects.begin(), rects.end(),
-                       [&](const QRect& rect) { return blur.intersects(QRectF(rect)); });
-  });
-  if (reachesBlur) return {target};
+  if (std::any_of(rects.begin(), rects.end(),
+                  [this](const QRect& rect) { return reachesBlur(rect); })) {
+    return {target};
+  }
   rects = mergedRects(std::move(rects), kMostRects);
   qint64 merged = 0;
   for (const QRect& rect : rects)

@@ -42,6 +42,10 @@ class DamageTracker {
   // What `view` covered at the last update; null for a view that was not painted.
   const Extents* extents(const UIView& view) const;
 
+  // Whether `rect` (target pixels) reaches a view that blurs what lies below it, as of the last
+  // update: painting it again alone would blur a backdrop cut at its edges.
+  bool reachesBlur(const QRect& rect) const;
+
   // Drops every record: the next update finds the whole tree new.
   void forget() { records_.clear(); }
 

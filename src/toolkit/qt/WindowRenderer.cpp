@@ -6,6 +6,7 @@
 
 #include "toolkit/Diagnostics.h"
 #include "toolkit/qt/DamageTracker.h"
+#include "toolkit/qt/FocusRing.h"
 #include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/RenderCaches.h"
 #include "toolkit/qt/RenderPass.h"
@@ -58,8 +59,31 @@ QImage WindowRenderer::render(UIView& root) {
   }
   lastDamage_ = damage_->update(root, scale_, frame_.rect(), caches_->texts);
   if (fresh) lastDamage_ = {frame_.rect()};
+  // The focus ring is painted over the frame. Where it was and where it is are painted again, all
+  // of both, when it moves or when anything under either is painted again; then it is drawn anew.
+  const QRect ring = keyboardFocusRingExtent(root, scale_) & frame_.rect();
+  const auto damaged = [this](const QRect& rect) {
+    return !rect.isEmpty() &&
+           std::any_of(lastDamage_.begin(), lastDamage_.end(),
+                       [&](const QRect& damage) { return damage.intersects(rect); });
+  };
+  const bool ringRepainted = ring != lastRing_ || damaged(ring) || damaged(lastRing_);
+  if (ringRepainted && !fresh) {
+    for (const QRect& rect : {lastRing_, ring}) {
+      const bool painted = std::any_of(lastDamage_.begin(), lastDamage_.end(),
+                                       [&](const QRect& damage) { return damage.contains(rect); });
+      if (rect.isEmpty() || painted) continue;
+      if (damage_->reachesBlur(rect)) {
+        lastDamage_ = {frame_.rect()};
+        break;
+      }
+      lastDamage_.push_back(rect);
+    }
+  }
+  lastRing_ = ring;
   for (const QRect& rect : lastDamage_)
     paint(root, frame_, rect, damage_.get());
+  if (ringRepainted && !ring.isEmpty()) paintKeyboardFocusRing(frame_, root, scale_);
   return frame_;
 }
 
@@ -71,6 +95,7 @@ void WindowRenderer::renderInto(UIView& root, QImage& target) {
     target = target.convertToFormat(QImage::Format_ARGB32_Premultiplied);
   }
   paint(root, target, target.rect(), nullptr);
+  paintKeyboardFocusRing(target, root, scale_);
 }
 
 void WindowRenderer::paint(UIView& root, QImage& target, const QRect& clip,

@@ -36,7 +36,8 @@ class WindowRenderer {
   // the renderer's frame (premultiplied ARGB, transparent where nothing is painted) and returns
   // it. The frame is the last one with what changed since painted again: all of it the first
   // time, for another root, or at another size or scale. The returned image shares the frame's
-  // pixels; one still held when the next frame is painted costs that frame a copy.
+  // pixels; one still held when the next frame is painted costs that frame a copy. A window with
+  // a keyboard focus shows its focus ring over everything else.
   QImage render(UIView& root);
   // The parts of the frame (in its pixels) that the last render painted again; empty when
   // nothing had changed.
@@ -44,8 +45,8 @@ class WindowRenderer {
   // Makes the next render paint everything.
   void invalidate();
 
-  // Lays out and paints all of `root` into `target`, cleared first; its size decides how much of
-  // the root is painted. The renderer's own frame is left as it is.
+  // Lays out and paints all of `root` into `target`, cleared first, focus ring included; its size
+  // decides how much of the root is painted. The renderer's own frame is left as it is.
   void renderInto(UIView& root, QImage& target);
 
  private:
@@ -59,6 +60,8 @@ class WindowRenderer {
   // The root the frame shows, by its display identity; 0: no frame yet.
   std::uint64_t frameRoot_ = 0;
   std::vector<QRect> lastDamage_;
+  // Where the focus ring was drawn on the frame, in its pixels; empty when it was not.
+  QRect lastRing_;
 };
 
 // Renders `root` and writes it as a PNG file; false when the file cannot be written.

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "QtTestSupport.h"
+#include "toolkit/KeyboardNavigation.h"
+#include "toolkit/UIButton.h"
 #include "toolkit/UILabel.h"
 #include "toolkit/UITextView.h"
 #include "toolkit/UIWindow.h"
@@ -126,6 +128,33 @@ TEST(DamageRepaintTest, OnlyWhatChangedIsPaintedAgain) {
   scene.card->setNeedsDisplay();
   renderer.render(*scene.window);
   EXPECT_FALSE(renderer.lastDamage().empty());
+}
+
+// The focus ring is drawn over the kept frame: when it moves, when what lies under it changes and
+// when it goes, the frame must still be what a full paint gives.
+TEST(DamageRepaintTest, AMovingFocusRingLeavesNoTrace) {
+  Scene scene;
+  auto first = std::make_shared<UIButton>(CGRectMake(20, 240, 70, 24));
+  auto second = std::make_shared<UIButton>(CGRectMake(100, 250, 70, 24));
+  first->setTitle("One", UIControlState::Normal);
+  second->setTitle("Two", UIControlState::Normal);
+  scene.window->addSubview(first);
+  scene.window->addSubview(second);
+  WindowRenderer kept(2);
+  kept.render(*scene.window);
+  const std::vector<std::pair<std::string, std::function<void()>>> changes = {
+      {"focus given", [&] { setKeyboardFocus(*scene.window, first); }},
+      {"focus moved", [&] { setKeyboardFocus(*scene.window, second); }},
+      {"under the ring", [&] { second->setTitle("Three", UIControlState::Normal); }},
+      {"the focused element moved", [&] { second->setFrame(CGRectMake(90, 200, 70, 24)); }},
+      {"the focused element gone", [&] { second->removeFromSuperview(); }},
+  };
+  for (const auto& [what, change] : changes) {
+    change();
+    const QImage repainted = kept.render(*scene.window).copy();
+    WindowRenderer fresh(2);
+    EXPECT_TRUE(samePixels(repainted, fresh.render(*scene.window))) << what;
+  }
 }
 
 }  // namespace
