@@ -1,34 +1,34 @@
-// Times one survey page on the Qt backend: building its views (45 of them) with their constraints,
-// the layout pass, and painting it offscreen at the screen's 3 pixels per point. The page is made
-// of the toolkit's own controls (labels, buttons, image views, a progress bar, stack views and a
-// text view), so the numbers include what those cost: their intrinsic sizes, the constraints the
-// stack views make, the buttons laying out their parts. Prints one line of medians over many runs:
-//   page-render views=N build_ms=A layout_ms=B render_ms=C total_ms=T frame_ratio=R
-// where N counts every view in the window (the window included, and the parts each button makes),
-// and R is the total against a 120 Hz frame (8.33 ms). `--png PATH` also writes the page.
+// Times the survey page on the Qt backend at 3 pixels per point, as a phone shows it: one window
+// and one renderer for the program's life. Prints, from one run, one line per figure:
+//   page-render FIGURE ms=X frame_ratio=R floor_ratio=Q
+// X is the median over the runs in milliseconds of the process's CPU time (all its threads, Qt's
+// pool included; the machine may be busy with other work, which wall-clock time would count), R is
+// X against a 120 Hz frame (8.33 ms) and
+// Q is X against fill-floor measured in the same run. The figures, on the plug-in's own page (a
+// configuration with one question of each kind, the single-choice question showing):
+//   first-frame         the page built, laid out and painted over the plain screen before it
+//   tap-to-frame        a choice tapped: hit test, selection, layout and the repaint
+//   idle-layout         a layout pass asked for on the window when nothing changed
+//   text-change         the question's title set to another text, laid out and repainted
+//   text-change-layout  the same without the repaint
+//   fill-floor          one fill of a window-sized image: the memory-bandwidth floor of a frame
+// and on a synthetic page of about 45 of the toolkit's controls:
+//   synthetic-first-frame   a new window with the page built, laid out and painted
+//   synthetic-text-change   its step label set to another text, laid out and repainted
+// `--runs N` sets how many runs each median takes; `--png PATH` also writes the plug-in's page.
 
-#include <QColor>
 #include <QImage>
-#include <QPainter>
-#include <QPen>
 #include <QTemporaryDir>
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
-#include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "toolkit/UIButton.h"
-#include "toolkit/UIImageView.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/UIStackView.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
+#include "PluginSurveyPage.h"
+#include "SyntheticPage.h"
 #include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/WindowRenderer.h"
 
@@ -36,260 +36,15 @@ namespace {
 
 using namespace vlq::toolkit;
 
-constexpr UIColor kAccent = UIColor::rgb255(0, 122, 255);
-constexpr UIColor kInk = UIColor::rgb255(33, 37, 41);
-constexpr UIColor kMuted = UIColor::rgb255(108, 117, 125);
-constexpr UIColor kLine = UIColor::rgb255(222, 226, 230);
-constexpr UIColor kPaper = UIColor::rgb255(248, 249, 250);
+constexpr double kFrameMs = 1000.0 / 120.0;
+// Layout passes timed together for one idle-layout sample: one alone is below the clock's grain.
+constexpr int kIdlePassesPerSample = 1000;
 
-// The page's images, loaded once as a bundle would cache them.
-struct Images {
-  std::shared_ptr<UIImage> radioOff;
-  std::shared_ptr<UIImage> radioOn;
-  std::shared_ptr<UIImage> close;
-};
-
-QColor qtColor(UIColor color) {
-  return QColor::fromRgbF(static_cast<float>(color.red()), static_cast<float>(color.green()),
-                          static_cast<float>(color.blue()), static_cast<float>(color.alpha()));
-}
-
-// Draws a 24-point image at 3 pixels per point, writes it as a PNG in `folder` and loads it back
-// through the toolkit, as the plug-in loads its bundle's @3x images.
-std::shared_ptr<UIImage> makeImage(const QTemporaryDir& folder, const char* name,
-                                   const std::function<void(QPainter&)>& draw) {
-  QImage pixels(72, 72, QImage::Format_ARGB32_Premultiplied);
-  pixels.fill(Qt::transparent);
-  {
-    QPainter painter(&pixels);
-    painter.setRenderHint(QPainter::Antialiasing);
-    draw(painter);
-  }
-  const QString path = folder.filePath(QString::fromUtf8(name) + QStringLiteral("@3x.png"));
-  if (!pixels.save(path, "PNG")) return nullptr;
-  return UIImage::imageWithContentsOfFile(path.toStdString(), 3);
-}
-
-std::optional<Images> makeImages(const QTemporaryDir& folder) {
-  const auto ring = [](QPainter& painter, UIColor color) {
-    painter.setPen(QPen(qtColor(color), 6));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawEllipse(QRectF(3, 3, 66, 66));
-  };
-  Images images;
-  images.radioOff =
-      makeImage(folder, "radio-off", [&](QPainter& painter) { ring(painter, kMuted); });
-  images.radioOn = makeImage(folder, "radio-on", [&](QPainter& painter) {
-    ring(painter, kAccent);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(qtColor(kAccent));
-    painter.drawEllipse(QRectF(18, 18, 36, 36));
-  });
-  images.close = makeImage(folder, "close", [](QPainter& painter) {
-    painter.setPen(QPen(qtColor(kMuted), 5, Qt::SolidLine, Qt::RoundCap));
-    painter.drawLine(QPointF(18, 18), QPointF(54, 54));
-    painter.drawLine(QPointF(54, 18), QPointF(18, 54));
-  });
-  if (!images.radioOff || !images.radioOn || !images.close) return std::nullopt;
-  return images;
-}
-
-std::shared_ptr<const UIFont> font(const char* name, double size) {
-  auto found = UIFont::fontWithName(name, size);
-  return found ? found : UIFont::systemFontOfSize(size);
-}
-
-template <class View, class... Args>
-std::shared_ptr<View> add(UIView& parent, Args&&... args) {
-  auto view = std::make_shared<View>(std::forward<Args>(args)...);
-  view->setTranslatesAutoresizingMaskIntoConstraints(false);
-  parent.addSubview(view);
-  return view;
-}
-
-std::shared_ptr<UILabel> label(const std::string& text, const char* fontName, double size,
-                               UIColor color) {
-  auto view = std::make_shared<UILabel>();
-  view->setTranslatesAutoresizingMaskIntoConstraints(false);
-  view->setText(text);
-  view->setFont(font(fontName, size));
-  view->setTextColor(color);
-  return view;
-}
-
-void size(UIView& view, double width, double height) {
-  if (width >= 0) view.widthAnchor().constraintEqualToConstant(width)->setActive(true);
-  if (height >= 0) view.heightAnchor().constraintEqualToConstant(height)->setActive(true);
-}
-
-void pinSides(UIView& view, UIView& to, double inset) {
-  view.leadingAnchor().constraintEqualToAnchor(to.leadingAnchor(), inset)->setActive(true);
-  view.trailingAnchor().constraintEqualToAnchor(to.trailingAnchor(), -inset)->setActive(true);
-}
-
-void addShadow(UIView& view, double opacity, double offset, double radius) {
-  view.layer().setShadowOpacity(opacity);
-  view.layer().setShadowOffset({0, offset});
-  view.layer().setShadowRadius(radius);
-}
-
-std::shared_ptr<UIButton> pageButton(const std::string& title, bool primary) {
-  auto button = std::make_shared<UIButton>();
-  button->setTitle(title, UIControlState::Normal);
-  button->setTitleColor(primary ? UIColor::whiteColor() : kAccent, UIControlState::Normal);
-  button->setTitleColor(primary ? UIColor::whiteColor().colorWithAlphaComponent(0.6) : kMuted,
-                        UIControlState::Highlighted);
-  button->titleLabel()->setFont(font("HelveticaNeue-Bold", 17));
-  button->setBackgroundColor(primary ? kAccent : UIColor::whiteColor());
-  button->layer().setCornerRadius(10);
-  button->layer().setBorderWidth(primary ? 0 : 1);
-  button->layer().setBorderColor(kLine);
-  addShadow(*button, 0.25, 2, 0);
-  return button;
-}
-
-std::size_t countViews(const UIView& view) {
-  std::size_t count = 1;
-  for (const auto& subview : view.subviews())
-    count += countViews(*subview);
-  return count;
-}
-
-std::shared_ptr<UIWindow> buildPage(const Images& images) {
-  auto window = std::make_shared<UIWindow>();
-  window->setBackgroundColor(UIColor::whiteColor());
-  window->makeKeyAndVisible();
-  UILayoutGuide& safe = window->safeAreaLayoutGuide();
-
-  auto root = add<UIView>(*window);
-  root->setBackgroundColor(kPaper);
-  pinSides(*root, *window, 0);
-  root->topAnchor().constraintEqualToAnchor(window->topAnchor())->setActive(true);
-  root->bottomAnchor().constraintEqualToAnchor(window->bottomAnchor())->setActive(true);
-
-  // Header: close button, title, progress bar, step label and step dots.
-  auto header = add<UIView>(*root);
-  header->setBackgroundColor(UIColor::whiteColor());
-  addShadow(*header, 0.08, 1, 4);
-  pinSides(*header, *root, 0);
-  header->topAnchor().constraintEqualToAnchor(root->topAnchor())->setActive(true);
-  header->bottomAnchor().constraintEqualToAnchor(safe.topAnchor(), 120)->setActive(true);
-  auto close = add<UIButton>(*header);
-  close->setImage(images.close, UIControlState::Normal);
-  close->setBackgroundColor(kPaper);
-  close->layer().setCornerRadius(16);
-  size(*close, 32, 32);
-  close->imageView()->setContentMode(UIViewContentMode::ScaleAspectFit);
-  close->trailingAnchor().constraintEqualToAnchor(header->trailingAnchor(), -16)->setActive(true);
-  close->topAnchor().constraintEqualToAnchor(safe.topAnchor(), 8)->setActive(true);
-  auto title = label("How was your visit today?", "HelveticaNeue-Bold", 22, kInk);
-  header->addSubview(title);
-  title->leadingAnchor().constraintEqualToAnchor(header->leadingAnchor(), 20)->setActive(true);
-  title->trailingAnchor()
-      .constraintLessThanOrEqualToAnchor(close->leadingAnchor(), -8)
-      ->setActive(true);
-  title->topAnchor().constraintEqualToAnchor(close->bottomAnchor(), 8)->setActive(true);
-  auto progress = add<UIProgressView>(*header);
-  progress->setProgress(0.4f);
-  progress->setProgressTintColor(kAccent);
-  progress->setTrackTintColor(kLine);
-  pinSides(*progress, *header, 20);
-  progress->topAnchor().constraintEqualToAnchor(title->bottomAnchor(), 14)->setActive(true);
-  auto step = label("Question 2 of 5", "HelveticaNeue-Medium", 13, kMuted);
-  header->addSubview(step);
-  step->leadingAnchor().constraintEqualToAnchor(progress->leadingAnchor())->setActive(true);
-  step->topAnchor().constraintEqualToAnchor(progress->bottomAnchor(), 8)->setActive(true);
-  auto dots = add<UIStackView>(*header);
-  dots->setSpacing(6);
-  for (int i = 0; i < 5; ++i) {
-    auto dot = std::make_shared<UIView>();
-    dot->setBackgroundColor(i < 2 ? kAccent : kLine);
-    dot->layer().setCornerRadius(4);
-    dots->addArrangedSubview(dot);
-    size(*dot, 8, 8);
-  }
-  dots->trailingAnchor().constraintEqualToAnchor(progress->trailingAnchor())->setActive(true);
-  dots->centerYAnchor().constraintEqualToAnchor(step->centerYAnchor())->setActive(true);
-
-  // The question, wrapped to two lines, and five choices, each a card with a radio and a label.
-  auto question =
-      label("Which part of the visit did you like the most? Pick the one that stood out.",
-            "HelveticaNeue-Medium", 17, kInk);
-  question->setNumberOfLines(2);
-  question->setPreferredMaxLayoutWidth(window->bounds().width() - 40);
-  root->addSubview(question);
-  pinSides(*question, *root, 20);
-  question->topAnchor().constraintEqualToAnchor(header->bottomAnchor(), 24)->setActive(true);
-  auto choices = add<UIStackView>(*root);
-  choices->setAxis(UILayoutConstraintAxis::Vertical);
-  choices->setSpacing(8);
-  pinSides(*choices, *root, 20);
-  choices->topAnchor().constraintEqualToAnchor(question->bottomAnchor(), 16)->setActive(true);
-  const char* texts[] = {"The friendly staff", "Short waiting time", "Clean and calm rooms",
-                         "Clear explanations from the doctor about the next steps",
-                         "Something else"};
-  for (int i = 0; i < 5; ++i) {
-    const bool chosen = i == 1;
-    auto card = std::make_shared<UIView>();
-    card->setBackgroundColor(UIColor::whiteColor());
-    card->layer().setCornerRadius(12);
-    card->layer().setBorderWidth(chosen ? 2 : 1);
-    card->layer().setBorderColor(chosen ? kAccent : kLine);
-    addShadow(*card, 0.1, 2, 6);
-    choices->addArrangedSubview(card);
-    size(*card, -1, 56);
-    auto radio = add<UIImageView>(*card, chosen ? images.radioOn : images.radioOff);
-    radio->leadingAnchor().constraintEqualToAnchor(card->leadingAnchor(), 16)->setActive(true);
-    radio->centerYAnchor().constraintEqualToAnchor(card->centerYAnchor())->setActive(true);
-    auto text = label(texts[i], "HelveticaNeue", 16, kInk);
-    card->addSubview(text);
-    text->leadingAnchor().constraintEqualToAnchor(radio->trailingAnchor(), 12)->setActive(true);
-    text->trailingAnchor()
-        .constraintLessThanOrEqualToAnchor(card->trailingAnchor(), -16)
-        ->setActive(true);
-    text->centerYAnchor().constraintEqualToAnchor(card->centerYAnchor())->setActive(true);
-    text->setContentCompressionResistancePriority(UILayoutPriorityDefaultLow,
-                                                  UILayoutConstraintAxis::Horizontal);
-  }
-
-  // A free-text box for "Something else", with its placeholder where the text would start.
-  auto other = add<UITextView>(*root);
-  other->setBackgroundColor(UIColor::whiteColor());
-  other->setFont(font("HelveticaNeue", 15));
-  other->layer().setCornerRadius(8);
-  other->layer().setBorderWidth(1);
-  other->layer().setBorderColor(kLine);
-  pinSides(*other, *root, 20);
-  other->topAnchor().constraintEqualToAnchor(choices->bottomAnchor(), 12)->setActive(true);
-  size(*other, -1, 72);
-  auto placeholder = label("Tell us more (optional)", "HelveticaNeue", 15, kMuted);
-  other->addSubview(placeholder);
-  placeholder->leadingAnchor()
-      .constraintEqualToAnchor(other->leadingAnchor(), UITextView::lineFragmentPadding)
-      ->setActive(true);
-  placeholder->topAnchor()
-      .constraintEqualToAnchor(other->topAnchor(), other->textContainerInset().top)
-      ->setActive(true);
-
-  // Back and Next side by side, then the footer.
-  auto buttons = add<UIStackView>(*root);
-  buttons->setDistribution(UIStackViewDistribution::FillEqually);
-  buttons->setSpacing(12);
-  buttons->addArrangedSubview(pageButton("Back", false));
-  buttons->addArrangedSubview(pageButton("Next", true));
-  pinSides(*buttons, *root, 20);
-  size(*buttons, -1, 50);
-  auto footer = label("Powered by Velqo", "HelveticaNeue", 12, kMuted);
-  footer->setTextAlignment(NSTextAlignment::Center);
-  root->addSubview(footer);
-  footer->centerXAnchor().constraintEqualToAnchor(root->centerXAnchor())->setActive(true);
-  footer->bottomAnchor().constraintEqualToAnchor(safe.bottomAnchor(), -8)->setActive(true);
-  buttons->bottomAnchor().constraintEqualToAnchor(footer->topAnchor(), -16)->setActive(true);
-  return window;
-}
-
-double milliseconds(std::chrono::steady_clock::duration duration) {
-  return std::chrono::duration<double, std::milli>(duration).count();
+// The CPU time the process has used, in milliseconds.
+double cpuMs() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
 double median(std::vector<double> values) {
@@ -298,53 +53,167 @@ double median(std::vector<double> values) {
   return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
+// The median in milliseconds of `runs` timings of `timed`; `untimed` runs before each timing.
+double medianMs(int runs, const std::function<void()>& timed,
+                const std::function<void()>& untimed = {}) {
+  std::vector<double> samples;
+  samples.reserve(static_cast<std::size_t>(runs));
+  for (int run = 0; run < runs; ++run) {
+    if (untimed) untimed();
+    const double start = cpuMs();
+    timed();
+    samples.push_back(cpuMs() - start);
+  }
+  return median(std::move(samples));
+}
+
+struct Figure {
+  const char* name;
+  double ms;
+};
+
+struct Options {
+  int runs = 60;
+  std::string png;
+};
+
+// Reads the options; false (and a message) when one is not understood.
+bool parseOptions(int argc, char** argv, Options& options) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string option = argv[i];
+    if (i + 1 >= argc || (option != "--runs" && option != "--png")) {
+      std::fprintf(stderr, "page-render: usage: page_render_bench [--runs N] [--png PATH]\n");
+      return false;
+    }
+    const std::string value = argv[++i];
+    if (option == "--png") {
+      options.png = value;
+    } else {
+      options.runs = std::atoi(value.c_str());
+      if (options.runs < 1) {
+        std::fprintf(stderr, "page-render: --runs wants a positive count, not %s\n", value.c_str());
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// The figures of the plug-in's page; false when the page cannot be shown or written.
+bool measurePluginPage(const Options& options, qt::WindowRenderer& renderer,
+                       std::vector<Figure>& figures) {
+  vlq::bench::PluginSurveyPhone phone(VLQ_RESOURCES_DIR);
+  UIWindow& window = phone.window();
+  const auto frame = [&] {
+    window.layoutIfNeeded();
+    return renderer.render(window);
+  };
+
+  figures.push_back({"first-frame", medianMs(
+                                        options.runs,
+                                        [&] {
+                                          phone.open();
+                                          frame();
+                                        },
+                                        [&] {
+                                          phone.showPlainScreen();
+                                          frame();
+                                        })});
+  phone.open();
+  const QImage first = frame();
+  if (!options.png.empty() && !first.save(QString::fromStdString(options.png), "PNG")) {
+    std::fprintf(stderr, "page-render: could not write %s\n", options.png.c_str());
+    return false;
+  }
+
+  const CGPoint rows[] = {phone.rowTapPoint(0), phone.rowTapPoint(1)};
+  const auto label = phone.titleLabel();
+  if (rows[0].x < 0 || rows[1].x < 0 || !label) {
+    std::fprintf(stderr, "page-render: the survey page shows no choices or no title\n");
+    return false;
+  }
+  int taps = 0;
+  // The first tap also enables the large button; the timed ones only move the selection.
+  window.tapAtPoint(rows[1]);
+  frame();
+  figures.push_back({"tap-to-frame", medianMs(options.runs, [&] {
+                       window.tapAtPoint(rows[taps++ % 2]);
+                       frame();
+                     })});
+
+  figures.push_back({"idle-layout", medianMs(options.runs, [&] {
+                                      for (int pass = 0; pass < kIdlePassesPerSample; ++pass) {
+                                        window.setNeedsLayout();
+                                        window.layoutIfNeeded();
+                                      }
+                                    }) / kIdlePassesPerSample});
+
+  const std::string titles[] = {"How easy was the checkout?", "How easy was checkout today?"};
+  int changes = 0;
+  figures.push_back({"text-change", medianMs(options.runs, [&] {
+                       label->setText(titles[changes++ % 2]);
+                       frame();
+                     })});
+  figures.push_back({"text-change-layout", medianMs(options.runs, [&] {
+                       label->setText(titles[changes++ % 2]);
+                       window.layoutIfNeeded();
+                     })});
+  frame();
+  return true;
+}
+
+// The figures of the synthetic page; false when its images cannot be made.
+bool measureSyntheticPage(const Options& options, qt::WindowRenderer& renderer,
+                          std::vector<Figure>& figures) {
+  const QTemporaryDir folder;
+  const auto images = folder.isValid() ? vlq::bench::makeSyntheticImages(folder) : std::nullopt;
+  if (!images) {
+    std::fprintf(stderr, "page-render: could not make the synthetic page's images\n");
+    return false;
+  }
+  const auto frame = [&](UIWindow& window) {
+    window.layoutIfNeeded();
+    return renderer.render(window);
+  };
+  figures.push_back({"synthetic-first-frame", medianMs(options.runs, [&] {
+                       frame(*vlq::bench::buildSyntheticPage(*images).window);
+                     })});
+
+  const auto page = vlq::bench::buildSyntheticPage(*images);
+  frame(*page.window);
+  const std::string steps[] = {"Question 3 of 5", "Question 2 of 5"};
+  int changes = 0;
+  figures.push_back({"synthetic-text-change", medianMs(options.runs, [&] {
+                       page.stepLabel->setText(steps[changes++ % 2]);
+                       frame(*page.window);
+                     })});
+  return true;
+}
+
+// One fill of an image the size of the window's frames.
+double measureFillFloor(int runs) {
+  QImage image(1170, 2532, QImage::Format_ARGB32_Premultiplied);
+  int fills = 0;
+  return medianMs(runs, [&] { image.fill(fills++ % 2 ? 0xffffffffu : 0xfff8f9fau); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string png;
-  int runs = 60;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    const std::string option = argv[i];
-    if (option == "--png") png = argv[i + 1];
-    if (option == "--runs") runs = std::max(1, std::atoi(argv[i + 1]));
-  }
-  vlq::toolkit::qt::installQtPlatform();
-  vlq::toolkit::qt::WindowRenderer renderer(3);
-  const QTemporaryDir folder;
-  const auto images = folder.isValid() ? makeImages(folder) : std::nullopt;
-  if (!images) {
-    std::fprintf(stderr, "page-render: could not make the page's images\n");
-    return 1;
-  }
+  Options options;
+  if (!parseOptions(argc, argv, options)) return 2;
+  qt::installQtPlatform();
+  qt::WindowRenderer renderer(3);
 
-  std::vector<double> build;
-  std::vector<double> layout;
-  std::vector<double> render;
-  std::vector<double> total;
-  std::size_t views = 0;
-  for (int run = 0; run < runs; ++run) {
-    using Clock = std::chrono::steady_clock;
-    const auto start = Clock::now();
-    const auto window = buildPage(*images);
-    const auto built = Clock::now();
-    window->layoutIfNeeded();
-    const auto laidOut = Clock::now();
-    const QImage image = renderer.render(*window);
-    const auto rendered = Clock::now();
-    build.push_back(milliseconds(built - start));
-    layout.push_back(milliseconds(laidOut - built));
-    render.push_back(milliseconds(rendered - laidOut));
-    total.push_back(milliseconds(rendered - start));
-    views = countViews(*window);
-    if (run == 0 && !png.empty() && !image.save(QString::fromStdString(png), "PNG")) {
-      std::fprintf(stderr, "page-render: could not write %s\n", png.c_str());
-      return 1;
-    }
+  std::vector<Figure> figures;
+  if (!measurePluginPage(options, renderer, figures)) return 1;
+  const double floor = measureFillFloor(options.runs);
+  figures.push_back({"fill-floor", floor});
+  if (!measureSyntheticPage(options, renderer, figures)) return 1;
+
+  for (const Figure& figure : figures) {
+    std::printf("page-render %s ms=%.4f frame_ratio=%.4f floor_ratio=%.3f\n", figure.name,
+                figure.ms, figure.ms / kFrameMs, figure.ms / floor);
   }
-  const double totalMs = median(total);
-  std::printf(
-      "page-render views=%zu build_ms=%.3f layout_ms=%.3f render_ms=%.3f total_ms=%.3f "
-      "frame_ratio=%.3f\n",
-      views, median(build), median(layout), median(render), totalMs, totalMs / 8.33);
   return 0;
 }

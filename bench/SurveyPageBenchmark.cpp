@@ -5,6 +5,7 @@
 // multiples of it.
 #include <benchmark/benchmark.h>
 
+#include "SurveyQuestions.h"
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
 #include "model/VLQQuestionsModel.h"
@@ -18,18 +19,6 @@ namespace vlq::bench {
 namespace {
 
 using namespace toolkit;
-
-const Json& surveyQuestions() {
-  static const Json questions = Json::parse(R"({"questions": [
-    {"id": "1", "title": "How easy was checkout today?", "answer_mode": "single_choice",
-     "choices": [{"id": "a", "value": "Very easy"}, {"id": "b", "value": "Easy enough"},
-                 {"id": "c", "value": "A bit confusing"}, {"id": "d", "value": "Hard"}]},
-    {"id": "2", "title": "Which features did you use?", "answer_mode": "multi_choice",
-     "choices": [{"id": "e", "value": "Saved cards"}, {"id": "f", "value": "Order tracking"},
-                 {"id": "g", "value": "Other", "is_other": true}]},
-    {"id": "3", "title": "How would you rate the app?", "answer_mode": "rating"}]})");
-  return questions;
-}
 
 struct Phone {
   Phone() {
@@ -51,7 +40,7 @@ struct Phone {
 
 std::shared_ptr<ui::VLQSurveyViewController> openSurvey(Phone& phone) {
   auto page = std::make_shared<ui::VLQSurveyViewController>();
-  page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(surveyQuestions()));
+  page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(oneQuestionOfEachKind()));
   page->setSurveyId("bench");
   auto navigation = std::make_shared<UINavigationController>(page);
   navigation->setNavigationBarHidden(true);

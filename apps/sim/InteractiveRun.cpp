@@ -54,7 +54,7 @@ int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& 
   screen.setTitle("VLQSurveyPlugin simulator");
   toolkit::qt::MainQueuePump pump(loop, [&] {
     simulator.settle();
-    screen.update();
+    screen.refresh();
   });
   screen.show();
 
@@ -68,7 +68,7 @@ int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& 
       pauseMs = static_cast<int>(*seconds * 1000);
     } else {
       simulator.perform(line);
-      screen.update();
+      screen.refresh();
     }
     QTimer::singleShot(pauseMs, playNext);
   };

@@ -426,7 +426,8 @@ void Simulator::screenshot(const std::string& name) {
   std::filesystem::create_directories(options_.screenshotDirectory, error);
   const auto path =
       (std::filesystem::path(options_.screenshotDirectory) / (name + ".png")).string();
-  if (!qt::renderToPNG(*window_, path, options_.scale)) {
+  if (!screenshots_) screenshots_ = std::make_unique<qt::WindowRenderer>(options_.scale);
+  if (!qt::renderToPNG(*screenshots_, *window_, path)) {
     output_.note("screenshot " + name + ": cannot write " + path);
   } else {
     output_.message("screenshot " + path);

@@ -20,6 +20,9 @@ class VirtualRunLoop;
 class UIWindow;
 class UIView;
 class UITableViewCell;
+namespace qt {
+class WindowRenderer;
+}  // namespace qt
 }  // namespace vlq::toolkit
 
 namespace vlq::collector {
@@ -102,6 +105,8 @@ class Simulator {
   std::shared_ptr<reference::ReferenceHost> host_;
   std::shared_ptr<toolkit::UIWindow> window_;
   std::shared_ptr<plugin::VLQSurveyPlugin> plugin_;
+  // Made by the first screenshot and kept, so that each later one paints only what changed.
+  std::unique_ptr<toolkit::qt::WindowRenderer> screenshots_;
 };
 
 }  // namespace vlq::sim

@@ -41,6 +41,10 @@ class CALayer {
   bool isHidden() const { return hidden_; }
   void setHidden(bool hidden) { hidden_ = hidden; }
 
+  // Whether two layers look the same; a renderer compares a layer with a copy taken when it last
+  // painted it.
+  friend bool operator==(const CALayer&, const CALayer&) = default;
+
  private:
   std::optional<UIColor> backgroundColor_;
   double cornerRadius_ = 0;

@@ -74,14 +74,14 @@ void NSLayoutConstraint::deactivateConstraints(
 void NSLayoutConstraint::setConstant(double constant) {
   if (constant == constant_) return;
   constant_ = constant;
-  if (auto host = installedOn_.lock()) host->setNeedsConstraintLayout();
+  if (auto host = installedOn_.lock()) host->noteLayoutChange(UIView::kConstraintsChanged);
 }
 
 void NSLayoutConstraint::setPriority(UILayoutPriority priority) {
   priority = std::clamp(priority, 1.0f, UILayoutPriorityRequired);
   if (priority == priority_) return;
   priority_ = priority;
-  if (auto host = installedOn_.lock()) host->setNeedsConstraintLayout();
+  if (auto host = installedOn_.lock()) host->noteLayoutChange(UIView::kConstraintsChanged);
 }
 
 std::shared_ptr<UIView> NSLayoutConstraint::firstView() const {

@@ -17,10 +17,15 @@ void UIImageView::setImage(std::shared_ptr<UIImage> image) {
   if (image == image_) return;
   const bool resized = !image || !image_ || image->size() != image_->size();
   image_ = std::move(image);
+  setNeedsDisplay();
   if (!resized) return;
   invalidateIntrinsicContentSize();
-  // A superview that places the image view itself (a button) places it again.
-  if (UIView* parent = superviewPointer()) parent->setNeedsLayout();
+  // A superview that places the image view itself (a button) places it again, and measures
+  // itself again when its own size follows the image's.
+  if (UIView* parent = superviewPointer()) {
+    parent->setNeedsLayout();
+    parent->invalidateIntrinsicContentSize();
+  }
 }
 
 CGSize UIImageView::intrinsicContentSize() const {

@@ -70,6 +70,25 @@ void UILabel::setFont(std::shared_ptr<const UIFont> font) {
   contentSizeChanged();
 }
 
+void UILabel::setTextColor(std::optional<UIColor> color) {
+  const UIColor chosen = color.value_or(kDefaultColor);
+  if (chosen == textColor_) return;
+  textColor_ = chosen;
+  setNeedsDisplay();
+}
+
+void UILabel::setTextAlignment(NSTextAlignment alignment) {
+  if (alignment == textAlignment_) return;
+  textAlignment_ = alignment;
+  setNeedsDisplay();
+}
+
+void UILabel::setLineBreakMode(NSLineBreakMode mode) {
+  if (mode == lineBreakMode_) return;
+  lineBreakMode_ = mode;
+  setNeedsDisplay();
+}
+
 void UILabel::setNumberOfLines(int lines) {
   lines = std::max(lines, 0);
   if (lines == numberOfLines_) return;
@@ -84,10 +103,16 @@ void UILabel::setPreferredMaxLayoutWidth(double width) {
 }
 
 void UILabel::contentSizeChanged() {
+  fit_.reset();
   invalidateIntrinsicContentSize();
   setNeedsLayout();
-  // A superview that places the label itself (a button) places it again.
-  if (UIView* parent = superviewPointer()) parent->setNeedsLayout();
+  setNeedsDisplay();
+  // A superview that places the label itself (a button) places it again, and measures itself
+  // again when its own size follows the label's.
+  if (UIView* parent = superviewPointer()) {
+    parent->setNeedsLayout();
+    parent->invalidateIntrinsicContentSize();
+  }
 }
 
 std::vector<std::string> UILabel::linesForWidth(double width) const {
@@ -110,15 +135,27 @@ std::vector<std::string> UILabel::linesForWidth(double width) const {
 
 CGSize UILabel::sizeThatFits(CGSize size) const {
   if (!hasText()) return {0, 0};
+  // One line takes its whole length, whatever the width.
+  return fittingSize(numberOfLines_ == 1 ? kUnlimited : size.width);
+}
+
+CGSize UILabel::fittingSize(double width) const {
   const auto measurer = TextMeasurer::current();
-  if (numberOfLines_ == 1) return measurer->sizeOfLine(*text_, *font_);
-  const auto lines = linesForWidth(size.width);
-  double width = 0;
-  for (const auto& line : lines)
-    width = std::max(width, measurer->sizeOfLine(line, *font_).width);
-  // A truncated last line takes no more than the width it was given.
-  if (size.width > 0) width = std::min(width, size.width);
-  return {width, static_cast<double>(lines.size()) * measurer->lineHeight(*font_)};
+  if (fit_ && fit_->measurer == measurer && fit_->width == width) return fit_->size;
+  CGSize size;
+  if (numberOfLines_ == 1) {
+    size = measurer->sizeOfLine(*text_, *font_);
+  } else {
+    const auto lines = linesForWidth(width);
+    double longest = 0;
+    for (const auto& line : lines)
+      longest = std::max(longest, measurer->sizeOfLine(line, *font_).width);
+    // A truncated last line takes no more than the width it was given.
+    if (width > 0) longest = std::min(longest, width);
+    size = {longest, static_cast<double>(lines.size()) * measurer->lineHeight(*font_)};
+  }
+  fit_ = FitCache{measurer, width, size};
+  return size;
 }
 
 CGSize UILabel::intrinsicContentSize() const {

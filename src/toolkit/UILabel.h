@@ -14,6 +14,8 @@
 
 namespace vlq::toolkit {
 
+class TextMeasurer;
+
 class UILabel : public UIView {
  public:
   UILabel() : UILabel(CGRectZero) {}
@@ -27,16 +29,16 @@ class UILabel : public UIView {
   void setFont(std::shared_ptr<const UIFont> font);
   // Black until set; setting nothing restores black.
   UIColor textColor() const { return textColor_; }
-  void setTextColor(std::optional<UIColor> color) { textColor_ = color.value_or(kDefaultColor); }
+  void setTextColor(std::optional<UIColor> color);
   // Natural (left to right: left) until set.
   NSTextAlignment textAlignment() const { return textAlignment_; }
-  void setTextAlignment(NSTextAlignment alignment) { textAlignment_ = alignment; }
+  void setTextAlignment(NSTextAlignment alignment);
   // 1 until set; 0 means as many lines as the text needs. Negative values count as 0.
   int numberOfLines() const { return numberOfLines_; }
   void setNumberOfLines(int lines);
   // Truncating the tail until set.
   NSLineBreakMode lineBreakMode() const { return lineBreakMode_; }
-  void setLineBreakMode(NSLineBreakMode mode) { lineBreakMode_ = mode; }
+  void setLineBreakMode(NSLineBreakMode mode);
   // The width at which a label of more than one line wraps its text for its intrinsic size; 0
   // (the default) wraps only at the text's own line breaks.
   double preferredMaxLayoutWidth() const { return preferredMaxLayoutWidth_; }
@@ -68,6 +70,8 @@ class UILabel : public UIView {
  private:
   bool hasText() const { return text_ && !text_->empty(); }
   void contentSizeChanged();
+  // sizeThatFits for `width`, measured once per text, font, line count and measurer.
+  CGSize fittingSize(double width) const;
 
   std::optional<std::string> text_;
   std::shared_ptr<const UIFont> font_;
@@ -76,6 +80,13 @@ class UILabel : public UIView {
   int numberOfLines_ = 1;
   NSLineBreakMode lineBreakMode_ = NSLineBreakMode::ByTruncatingTail;
   double preferredMaxLayoutWidth_ = 0;
+  // The last size sizeThatFits found, and what it was found for.
+  struct FitCache {
+    std::shared_ptr<const TextMeasurer> measurer;
+    double width = 0;
+    CGSize size;
+  };
+  mutable std::optional<FitCache> fit_;
 };
 
 }  // namespace vlq::toolkit

@@ -9,7 +9,25 @@
 namespace vlq::toolkit {
 
 void UIProgressView::setProgress(float progress) {
-  progress_ = std::isnan(progress) ? 0.0f : std::clamp(progress, 0.0f, 1.0f);
+  const float clamped = std::isnan(progress) ? 0.0f : std::clamp(progress, 0.0f, 1.0f);
+  if (clamped == progress_) return;
+  progress_ = clamped;
+  setNeedsDisplay();
+}
+
+void UIProgressView::setProgressTintColor(std::optional<UIColor> color) {
+  progressTintColor_ = color;
+  setNeedsDisplay();
+}
+
+void UIProgressView::setTintColor(std::optional<UIColor> color) {
+  tintColor_ = color.value_or(kDefaultTint);
+  setNeedsDisplay();
+}
+
+void UIProgressView::setTrackTintColor(std::optional<UIColor> color) {
+  trackTintColor_ = color;
+  setNeedsDisplay();
 }
 
 void UIProgressView::setProgress(float progress, bool) {

@@ -22,13 +22,13 @@ class UIProgressView : public UIView {
 
   // The colour of the filled part: the progress tint when set, else the tint colour.
   std::optional<UIColor> progressTintColor() const { return progressTintColor_; }
-  void setProgressTintColor(std::optional<UIColor> color) { progressTintColor_ = color; }
+  void setProgressTintColor(std::optional<UIColor> color);
   // The system blue until set; setting nothing restores it.
   UIColor tintColor() const { return tintColor_; }
-  void setTintColor(std::optional<UIColor> color) { tintColor_ = color.value_or(kDefaultTint); }
+  void setTintColor(std::optional<UIColor> color);
   // The colour of the track: the track tint when set, else a translucent light grey.
   std::optional<UIColor> trackTintColor() const { return trackTintColor_; }
-  void setTrackTintColor(std::optional<UIColor> color) { trackTintColor_ = color; }
+  void setTrackTintColor(std::optional<UIColor> color);
   // The colours drawn.
   UIColor effectiveProgressColor() const { return progressTintColor_.value_or(tintColor_); }
   UIColor effectiveTrackColor() const { return trackTintColor_.value_or(kDefaultTrack); }

@@ -43,6 +43,26 @@ void reportThrowingDelegate() {
 
 UITextView::UITextView(CGRect frame) : UIView(frame) {}
 
+void UITextView::setTextColor(std::optional<UIColor> color) {
+  textColor_ = color;
+  setNeedsDisplay();
+}
+
+void UITextView::setFont(std::shared_ptr<const UIFont> font) {
+  font_ = std::move(font);
+  setNeedsDisplay();
+}
+
+void UITextView::setTextAlignment(NSTextAlignment alignment) {
+  textAlignment_ = alignment;
+  setNeedsDisplay();
+}
+
+void UITextView::setTextContainerInset(UIEdgeInsets inset) {
+  textContainerInset_ = inset;
+  setNeedsDisplay();
+}
+
 UITextView::~UITextView() {
   // A view destroyed while editing (its window went away) still lowers the keyboard.
   if (phase_ == EditingPhase::Editing || phase_ == EditingPhase::Ending) {
@@ -54,6 +74,7 @@ void UITextView::setText(std::optional<std::string> text) {
   text_ = std::move(text).value_or(std::string());
   selectionBegin_ = selectionEnd_ = text_.size();
   ++textGeneration_;
+  setNeedsDisplay();
 }
 
 NSRange UITextView::selectedRange() const {
@@ -65,6 +86,7 @@ void UITextView::setSelectedRange(NSRange range) {
   selectionBegin_ = byteOffsetOfUtf16Offset(text_, range.location);
   selectionEnd_ = std::max(selectionBegin_, byteOffsetOfUtf16Offset(text_, NSMaxRange(range)));
   ++textGeneration_;
+  setNeedsDisplay();
 }
 
 void UITextView::setEditable(bool editable) {
@@ -196,6 +218,7 @@ void UITextView::editText(std::size_t begin, std::size_t end, std::string_view r
   text_.replace(begin, end - begin, replacement);
   selectionBegin_ = selectionEnd_ = begin + replacement.size();
   ++textGeneration_;
+  setNeedsDisplay();
   tellDelegate(&UITextViewDelegate::textViewDidChange);
 }
 

@@ -57,16 +57,16 @@ class UITextView : public UIView, public UIKeyInput {
 
   // Nil draws black.
   const std::optional<UIColor>& textColor() const { return textColor_; }
-  void setTextColor(std::optional<UIColor> color) { textColor_ = color; }
+  void setTextColor(std::optional<UIColor> color);
   // Nil draws in the system font at 12 points.
   std::shared_ptr<const UIFont> font() const { return font_; }
-  void setFont(std::shared_ptr<const UIFont> font) { font_ = std::move(font); }
+  void setFont(std::shared_ptr<const UIFont> font);
   NSTextAlignment textAlignment() const { return textAlignment_; }
-  void setTextAlignment(NSTextAlignment alignment) { textAlignment_ = alignment; }
+  void setTextAlignment(NSTextAlignment alignment);
   // How far the text stands from the top and bottom (and left and right, before the 5 points of
   // line-fragment padding) of the bounds.
   UIEdgeInsets textContainerInset() const { return textContainerInset_; }
-  void setTextContainerInset(UIEdgeInsets inset) { textContainerInset_ = inset; }
+  void setTextContainerInset(UIEdgeInsets inset);
   static constexpr double lineFragmentPadding = 5;
 
   // A view that is not editable takes no focus; making an editing view not editable ends editing.

@@ -1,16 +1,28 @@
 #include "toolkit/UIView.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "toolkit/LayoutEngine.h"
+#include "toolkit/TreeSolver.h"
 #include "toolkit/UIViewController.h"
 #include "toolkit/UIWindow.h"
 
 namespace vlq::toolkit {
+namespace {
+
+std::uint64_t newDisplayIdentity() {
+  static std::atomic<std::uint64_t> last{0};
+  return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+}  // namespace
 
 UIView::UIView(CGRect frame)
-    : frame_(frame), safeAreaGuide_(std::make_shared<UILayoutGuide>(this)) {}
+    : frame_(frame),
+      safeAreaGuide_(std::make_shared<UILayoutGuide>(this)),
+      displayIdentity_(newDisplayIdentity()) {}
 
 UIView::~UIView() = default;
 
@@ -28,9 +40,13 @@ void UIView::insertSubview(const std::shared_ptr<UIView>& view, std::size_t inde
   } else {
     view->detachFromSuperview();
     view->superview_ = this;
+    // A tree that joins another is laid out by the other's solver from now on.
+    view->treeSolver_.reset();
+    view->joinedInRound_ = LayoutEngine::currentRound();
   }
   subviews_.insert(
       subviews_.begin() + static_cast<std::ptrdiff_t>(std::min(index, subviews_.size())), view);
+  noteSubviewsChanged();
   view->setNeedsConstraintLayout();
   setNeedsLayout();
   view->didMoveToSuperview();
@@ -44,6 +60,7 @@ void UIView::bringSubviewToFront(const UIView* view) {
   auto moved = *found;
   subviews_.erase(found);
   subviews_.push_back(std::move(moved));
+  noteSubviewsChanged();
 }
 
 void UIView::removeFromSuperview() {
@@ -66,7 +83,9 @@ void UIView::detachFromSuperview() {
     ancestor->deactivateConstraintsCrossing(this);
   }
   if (auto window = parent->window()) window->resignFirstResponderWithin(this);
+  LayoutEngine::subtreeLeavingTree(*this);
   parent->setNeedsConstraintLayout();
+  parent->noteSubviewsChanged();
   auto& siblings = parent->subviews_;
   siblings.erase(std::remove_if(siblings.begin(), siblings.end(),
                                 [this](const auto& subview) { return subview.get() == this; }),
@@ -135,11 +154,18 @@ void UIView::setFrame(CGRect frame) {
   if (frame == frame_) return;
   if (frame.size != frame_.size) needsLayout_ = true;
   frame_ = frame;
-  setNeedsConstraintLayout();
+  noteLayoutChange(kFrameChanged);
 }
 
 void UIView::setBounds(CGRect bounds) {
   if (bounds == this->bounds()) return;
+  if (bounds.origin != boundsOrigin_) {
+    // The subviews' frames now lie elsewhere in this view's content.
+    for (const auto& subview : subviews_) {
+      subview->layoutChanges_ |= kFrameChanged;
+      subview->subtreeNeedsSolve_ = true;
+    }
+  }
   boundsOrigin_ = bounds.origin;
   if (bounds.size != frame_.size) {
     // The size grows or shrinks around the centre, as the platform does.
@@ -147,7 +173,7 @@ void UIView::setBounds(CGRect bounds) {
     frame_ = {{center.x - bounds.size.width / 2, center.y - bounds.size.height / 2}, bounds.size};
     needsLayout_ = true;
   }
-  setNeedsConstraintLayout();
+  noteLayoutChange(kFrameChanged);
 }
 
 void UIView::applyLayoutFrame(CGRect frame) {
@@ -164,11 +190,10 @@ void UIView::applyLayoutFrame(CGRect frame) {
   if (resized) setNeedsLayout();
 }
 
-CGPoint UIView::originInRoot() const {
-  // Each step maps this view's coordinates into its superview's: minus the bounds origin, plus
-  // the frame origin. The root's own coordinates are the root space.
+CGPoint UIView::offsetInAncestor(const UIView* ancestor) const {
   CGPoint origin{0, 0};
-  for (const UIView* view = this; view->superview_.get(); view = view->superview_.get()) {
+  for (const UIView* view = this; view != ancestor && view->superview_.get();
+       view = view->superview_.get()) {
     origin.x += view->frame_.origin.x - view->boundsOrigin_.x;
     origin.y += view->frame_.origin.y - view->boundsOrigin_.y;
   }
@@ -176,11 +201,17 @@ CGPoint UIView::originInRoot() const {
 }
 
 CGPoint UIView::convertPointToView(CGPoint point, const UIView* view) const {
-  const CGPoint origin = originInRoot();
-  const CGPoint inRoot{point.x + origin.x, point.y + origin.y};
-  if (!view) return inRoot;
-  const CGPoint target = view->originInRoot();
-  return {inRoot.x - target.x, inRoot.y - target.y};
+  // Through the closest common ancestor, so that nearby views convert without the rounding of
+  // large positions further up; views in different trees meet in their roots' coordinates.
+  const UIView* common = nullptr;
+  for (const UIView* ancestor = view; ancestor && !common; ancestor = ancestor->superview_.get()) {
+    if (isDescendantOfView(ancestor)) common = ancestor;
+  }
+  const CGPoint origin = offsetInAncestor(common);
+  const CGPoint inCommon{point.x + origin.x, point.y + origin.y};
+  if (!view) return inCommon;
+  const CGPoint target = view->offsetInAncestor(common);
+  return {inCommon.x - target.x, inCommon.y - target.y};
 }
 
 CGPoint UIView::convertPointFromView(CGPoint point, const UIView* view) const {
@@ -198,7 +229,7 @@ CGRect UIView::convertRectToView(CGRect rect, const UIView* view) const {
 void UIView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   if (translates == translatesMask_) return;
   translatesMask_ = translates;
-  setNeedsConstraintLayout();
+  noteLayoutChange(kFrameChanged);
 }
 
 void UIView::setNeedsLayout() {
@@ -206,6 +237,11 @@ void UIView::setNeedsLayout() {
   for (UIView* current = this; current; current = current->superview_.get()) {
     current->subtreeNeedsLayout_ = true;
   }
+}
+
+void UIView::noteLayoutChange(std::uint8_t change) {
+  layoutChanges_ |= change;
+  setNeedsConstraintLayout();
 }
 
 void UIView::setNeedsConstraintLayout() {
@@ -244,7 +280,7 @@ UIEdgeInsets UIView::safeAreaInsets() const {
 
 void UIView::installConstraint(std::shared_ptr<NSLayoutConstraint> constraint) {
   constraints_.push_back(std::move(constraint));
-  setNeedsConstraintLayout();
+  noteLayoutChange(kConstraintsChanged);
 }
 
 void UIView::uninstallConstraint(const NSLayoutConstraint* constraint) {
@@ -252,11 +288,11 @@ void UIView::uninstallConstraint(const NSLayoutConstraint* constraint) {
       std::remove_if(constraints_.begin(), constraints_.end(),
                      [constraint](const auto& installed) { return installed.get() == constraint; }),
       constraints_.end());
-  setNeedsConstraintLayout();
+  noteLayoutChange(kConstraintsChanged);
 }
 
 void UIView::invalidateIntrinsicContentSize() {
-  setNeedsConstraintLayout();
+  noteLayoutChange(kIntrinsicSizeChanged);
 }
 
 UILayoutPriority UIView::contentHuggingPriorityForAxis(UILayoutConstraintAxis axis) const {
@@ -265,7 +301,7 @@ UILayoutPriority UIView::contentHuggingPriorityForAxis(UILayoutConstraintAxis ax
 
 void UIView::setContentHuggingPriority(UILayoutPriority priority, UILayoutConstraintAxis axis) {
   (axis == UILayoutConstraintAxis::Horizontal ? huggingHorizontal_ : huggingVertical_) = priority;
-  setNeedsConstraintLayout();
+  noteLayoutChange(kIntrinsicSizeChanged);
 }
 
 UILayoutPriority UIView::contentCompressionResistancePriorityForAxis(
@@ -277,7 +313,7 @@ void UIView::setContentCompressionResistancePriority(UILayoutPriority priority,
                                                      UILayoutConstraintAxis axis) {
   (axis == UILayoutConstraintAxis::Horizontal ? compressionHorizontal_ : compressionVertical_) =
       priority;
-  setNeedsConstraintLayout();
+  noteLayoutChange(kIntrinsicSizeChanged);
 }
 
 bool UIView::pointInside(CGPoint point) const {
@@ -301,6 +337,21 @@ std::shared_ptr<UIView> UIView::hitTest(CGPoint point) {
 
 std::shared_ptr<UIViewController> UIView::viewController() const {
   return viewController_.lock();
+}
+
+void UIView::setContentMode(UIViewContentMode mode) {
+  if (mode == contentMode_) return;
+  contentMode_ = mode;
+  setNeedsDisplay();
+}
+
+void UIView::setNeedsDisplay() {
+  ++contentVersion_;
+}
+
+void UIView::setNeedsDisplayInRect(CGRect) {
+  // The renderer draws the whole view again, which covers any part of it.
+  setNeedsDisplay();
 }
 
 std::shared_ptr<UIResponder> UIView::nextResponder() const {

@@ -4,6 +4,7 @@
 // A superview owns its subviews; `superview` is a weak reference, and a view removed from its
 // superview lives on while someone holds it.
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -22,6 +23,7 @@
 namespace vlq::toolkit {
 
 class DrawingContext;
+class TreeSolver;
 class UIViewController;
 class UIWindow;
 
@@ -80,7 +82,7 @@ class UIView : public UIResponder {
   bool clipsToBounds() const { return layer_.masksToBounds(); }
   void setClipsToBounds(bool clips) { layer_.setMasksToBounds(clips); }
   UIViewContentMode contentMode() const { return contentMode_; }
-  void setContentMode(UIViewContentMode mode) { contentMode_ = mode; }
+  void setContentMode(UIViewContentMode mode);
   bool isUserInteractionEnabled() const { return userInteractionEnabled_; }
   void setUserInteractionEnabled(bool enabled) { userInteractionEnabled_ = enabled; }
 
@@ -95,7 +97,7 @@ class UIView : public UIResponder {
   CGRect convertRectToView(CGRect rect, const UIView* view) const;
   // Where this view's coordinate origin lies in its root's coordinates (its window's, or its
   // top-most ancestor's).
-  CGPoint originInRoot() const;
+  CGPoint originInRoot() const { return offsetInAncestor(nullptr); }
 
   // Layout.
   bool translatesAutoresizingMaskIntoConstraints() const { return translatesMask_; }
@@ -161,6 +163,19 @@ class UIView : public UIResponder {
 
   // The view controller whose root view this is, if any.
   std::shared_ptr<UIViewController> viewController() const;
+
+  // Repainting. setNeedsDisplay asks the renderer to draw the view again (setNeedsDisplayInRect
+  // at least `rect` of it, in its bounds' coordinates); the toolkit's views call it whenever what
+  // they draw changes, and so must a view of a program's own whose drawContent follows its state.
+  // A renderer finds what else changed since it last painted by comparing: a number that tells
+  // this view from every other view of the process, a counter that moves on every
+  // setNeedsDisplay, one that moves whenever the list or order of subviews changes, and the layer
+  // itself.
+  void setNeedsDisplay();
+  void setNeedsDisplayInRect(CGRect rect);
+  std::uint64_t displayIdentity() const { return displayIdentity_; }
+  std::uint64_t contentVersion() const { return contentVersion_; }
+  std::uint64_t subviewsVersion() const { return subviewsVersion_; }
 
   // Accessibility (UIAccessibility.h). Each property reads what was set on the view, else the
   // default of the view's kind; setting null brings the default back.
@@ -228,9 +243,12 @@ class UIView : public UIResponder {
  private:
   friend class LayoutEngine;
   friend class NSLayoutConstraint;
+  friend class TreeSolver;
   friend class UIViewController;
 
   void detachFromSuperview();
+  // Where this view's coordinate origin lies in `ancestor`'s coordinates (null: the root's).
+  CGPoint offsetInAncestor(const UIView* ancestor) const;
   void notifyMovedToWindow();
   void deactivateConstraintsCrossing(UIView* subtree);
   void installConstraint(std::shared_ptr<NSLayoutConstraint> constraint);
@@ -239,6 +257,10 @@ class UIView : public UIResponder {
   // Sets the frame found by the layout pass; marks the view for layoutSubviews when its size
   // changed.
   void applyLayoutFrame(CGRect frame);
+  // Records a change that the tree's solver must take in on the next layout pass, and marks the
+  // path to the root for it.
+  void noteLayoutChange(std::uint8_t change);
+  void noteSubviewsChanged() { ++subviewsVersion_; }
 
   WeakRef<UIView> superview_;
   std::vector<std::shared_ptr<UIView>> subviews_;
@@ -262,6 +284,23 @@ class UIView : public UIResponder {
   UILayoutPriority compressionVertical_ = UILayoutPriorityDefaultHigh;
   WeakRef<UIViewController> viewController_;
   WeakRef<UIWindow> lastWindow_;
+
+  // Incremental layout: the changes the tree's solver has not taken in yet (LayoutChange bits),
+  // the layout round in which the view last joined a superview (a pass lays it out from the next
+  // round on, as it would a view that was not there when the round began), and, on the root of a
+  // tree that has been laid out, the tree's solver, kept for the tree's life.
+  enum LayoutChange : std::uint8_t {
+    kFrameChanged = 1,          // the frame, the bounds or the autoresizing choice
+    kIntrinsicSizeChanged = 2,  // the intrinsic content size or its priorities
+    kConstraintsChanged = 4,    // the constraints installed here, or a constant or priority
+  };
+  std::uint8_t layoutChanges_ = 0;
+  std::uint64_t joinedInRound_ = 0;
+  std::unique_ptr<TreeSolver> treeSolver_;
+  // Repainting: see displayIdentity().
+  std::uint64_t displayIdentity_;
+  std::uint64_t contentVersion_ = 0;
+  std::uint64_t subviewsVersion_ = 0;
 
   // What the application set; unset values fall back to the kind's defaults.
   struct AccessibilitySettings {

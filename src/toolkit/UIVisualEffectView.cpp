@@ -7,6 +7,11 @@ UIVisualEffectView::UIVisualEffectView(std::shared_ptr<UIVisualEffect> effect)
   addSubview(contentView_);
 }
 
+void UIVisualEffectView::setEffect(std::shared_ptr<UIVisualEffect> effect) {
+  effect_ = std::move(effect);
+  setNeedsDisplay();
+}
+
 std::optional<BackdropBlur> UIVisualEffectView::backdropBlur() const {
   if (!effect_) return std::nullopt;
   return effect_->backdropBlur();

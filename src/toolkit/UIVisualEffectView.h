@@ -17,7 +17,7 @@ class UIVisualEffectView : public UIView {
   explicit UIVisualEffectView(std::shared_ptr<UIVisualEffect> effect);
 
   const std::shared_ptr<UIVisualEffect>& effect() const { return effect_; }
-  void setEffect(std::shared_ptr<UIVisualEffect> effect) { effect_ = std::move(effect); }
+  void setEffect(std::shared_ptr<UIVisualEffect> effect);
   // Subviews go here; it fills the effect view.
   const std::shared_ptr<UIView>& contentView() const { return contentView_; }
 

@@ -74,13 +74,19 @@ void UIWindow::setWindowSafeAreaInsets(UIEdgeInsets insets) {
   setNeedsLayout();
 }
 
+void UIWindow::setFirstResponder(UIResponder* responder) {
+  if (auto* losing = dynamic_cast<UIView*>(firstResponder_.get())) losing->setNeedsDisplay();
+  firstResponder_ = responder;
+  if (auto* gaining = dynamic_cast<UIView*>(responder)) gaining->setNeedsDisplay();
+}
+
 void UIWindow::resignFirstResponderWithin(const UIView* subtree) {
   const auto responder = firstResponder();
   const auto* view = dynamic_cast<const UIView*>(responder.get());
   if (view && view->isDescendantOfView(subtree)) responder->resignFirstResponder();
   // A responder that refuses to resign while leaving the window loses the focus all the same.
   if (firstResponder() == responder && view && view->isDescendantOfView(subtree)) {
-    firstResponder_ = nullptr;
+    setFirstResponder(nullptr);
   }
 }
 

@@ -63,7 +63,9 @@ class UIWindow : public UIView {
  private:
   friend class UIResponder;
 
-  void setFirstResponder(UIResponder* responder) { firstResponder_ = responder; }
+  // Moves the focus; the views that lose and gain it draw again (a text view shows its caret only
+  // while it has the focus).
+  void setFirstResponder(UIResponder* responder);
 
   std::shared_ptr<UIViewController> rootViewController_;
   UIEdgeInsets safeInsets_;

@@ -231,19 +231,20 @@ bool Solver::hasConstraint(const Constraint& constraint) const {
   return state_->constraintIndex.find(constraint.identity()) != nullptr;
 }
 
-SolverResult Solver::addEditVariable(const Variable& variable, double strength) {
-  if (std::isnan(strength)) return SolverResult::NonFiniteValue;
+SolverResult Solver::addEditVariable(const Variable& variable, double strength, double value) {
+  if (std::isnan(strength) || !std::isfinite(value)) return SolverResult::NonFiniteValue;
   if (state_->editIndex.find(variable.identity()) != nullptr) {
     return SolverResult::DuplicateEditVariable;
   }
   if (strength::clip(strength) >= strength::required) return SolverResult::RequiredEditStrength;
-  const Constraint constraint(Expression(variable), Relation::Equal, strength);
+  // variable - value == 0: a suggestion moves the value from here.
+  const Constraint constraint(Expression({Term(variable)}, -value), Relation::Equal, strength);
   const SolverResult result = state_->add(constraint);
   if (result != SolverResult::Ok) return result;
   const std::uint32_t position = *state_->constraintIndex.find(constraint.identity());
   const Symbol plusError = state_->constraints[position].markers.marker;
   state_->editIndex.insert(variable.identity(), static_cast<std::uint32_t>(state_->edits.size()));
-  state_->edits.push_back(State::EditRecord{variable, constraint, plusError, 0.0});
+  state_->edits.push_back(State::EditRecord{variable, constraint, plusError, value});
   return SolverResult::Ok;
 }
 
@@ -276,6 +277,16 @@ void Solver::updateVariables() {
   for (State::VariableRecord& record : state_->variables) {
     record.variable.setValue(state_->tableau.valueOf(record.symbol));
   }
+}
+
+std::vector<bool> Solver::fixedVariables(const std::vector<Variable>& variables) {
+  std::vector<bool> fixed(variables.size(), false);
+  state_->tableau.beginFixednessQueries();
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    const std::uint32_t* position = state_->variableIndex.find(variables[i].identity());
+    if (position) fixed[i] = state_->tableau.isFixed(state_->variables[*position].symbol);
+  }
+  return fixed;
 }
 
 void Solver::reset() {

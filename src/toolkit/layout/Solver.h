@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "toolkit/layout/Constraint.h"
 #include "toolkit/layout/Expression.h"
@@ -58,14 +59,20 @@ class Solver {
   bool hasConstraint(const Constraint& constraint) const;
 
   // Makes the variable suggestible with the given (non-required) strength. Its suggested value
-  // starts at 0 until suggestValue says otherwise.
-  [[nodiscard]] SolverResult addEditVariable(const Variable& variable, double strength);
+  // starts at `value` (0 unless given) until suggestValue says otherwise.
+  [[nodiscard]] SolverResult addEditVariable(const Variable& variable, double strength,
+                                             double value = 0.0);
   [[nodiscard]] SolverResult removeEditVariable(const Variable& variable);
   bool hasEditVariable(const Variable& variable) const;
   [[nodiscard]] SolverResult suggestValue(const Variable& variable, double value);
 
   // Writes the current solution into every variable that a constraint mentions.
   void updateVariables();
+
+  // For each variable, whether the current solution leaves it no freedom: required equalities
+  // and preferences that any move would violate decide its value, so that an edit variable of
+  // the weakest strength on it could change nothing. A variable no constraint mentions is free.
+  std::vector<bool> fixedVariables(const std::vector<Variable>& variables);
 
   // Forgets every constraint, edit variable and variable.
   void reset();

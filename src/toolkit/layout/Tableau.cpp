@@ -17,6 +17,8 @@ Symbol Tableau::newSymbol(SymbolKind kind) {
     occurrences_.push_back(0);
     cachedValue_.push_back(0.0);
     cachedRound_.push_back(0);
+    cachedFixed_.push_back(0);
+    fixedRound_.push_back(0);
   }
   return Symbol{id, kind};
 }
@@ -253,6 +255,64 @@ double Tableau::valueOf(Symbol external) {
   return cachedValue_[external.id];
 }
 
+void Tableau::beginFixednessQueries() {
+  if (++fixednessRound_ == 0) {
+    std::fill(fixedRound_.begin(), fixedRound_.end(), 0);
+    fixednessRound_ = 1;
+  }
+}
+
+bool Tableau::isFixed(Symbol external) {
+  // As valueOf: definitions name other external symbols, whose answers come first.
+  auto isKnown = [this](Symbol s) { return fixedRound_[s.id] == fixednessRound_; };
+  auto remember = [this](Symbol s, bool fixed) {
+    cachedFixed_[s.id] = fixed ? 1 : 0;
+    fixedRound_[s.id] = fixednessRound_;
+  };
+  evaluationStack_.assign(1, external);
+  while (!evaluationStack_.empty()) {
+    const Symbol symbol = evaluationStack_.back();
+    if (isKnown(symbol)) {
+      evaluationStack_.pop_back();
+      continue;
+    }
+    const std::uint32_t slot = basicSlot_[symbol.id];
+    if (slot == kNoSlot) {
+      remember(symbol, false);  // a parametric external can take any value
+      evaluationStack_.pop_back();
+      continue;
+    }
+    const std::vector<Cell>& cells = rows_[slot].cells();
+    // A slack or error symbol that the objective does not charge for can move freely, and so can
+    // an external symbol that is not fixed.
+    const bool free = std::any_of(cells.begin(), cells.end(), [&](const Cell& cell) {
+      const Symbol other = cell.symbol;
+      if (other.kind == SymbolKind::Dummy) return false;
+      if (other.kind != SymbolKind::External) {
+        return !(objective_.coefficientFor(other) > kFixedCost);
+      }
+      return isKnown(other) && cachedFixed_[other.id] == 0;
+    });
+    if (free) {
+      remember(symbol, false);
+      evaluationStack_.pop_back();
+      continue;
+    }
+    bool ready = true;
+    for (const Cell& cell : cells) {
+      if (cell.symbol.kind == SymbolKind::External && !isKnown(cell.symbol)) {
+        evaluationStack_.push_back(cell.symbol);
+        ready = false;
+      }
+    }
+    if (ready) {
+      remember(symbol, true);
+      evaluationStack_.pop_back();
+    }
+  }
+  return cachedFixed_[external.id] != 0;
+}
+
 void Tableau::clear() {
   rows_.clear();
   slotSequence_.clear();
@@ -273,6 +333,9 @@ void Tableau::clear() {
   cachedValue_.clear();
   cachedRound_.clear();
   valueRound_ = 0;
+  cachedFixed_.clear();
+  fixedRound_.clear();
+  fixednessRound_ = 0;
 }
 
 std::size_t Tableau::cellCount() const {

@@ -66,6 +66,12 @@ class Tableau {
   void beginEvaluation();
   // An external symbol's value in the current solution (0 when it is parametric).
   double valueOf(Symbol external);
+  // Starts a round of isFixed calls; answers are cached within a round.
+  void beginFixednessQueries();
+  // Whether the current (optimal) solution leaves an external symbol no freedom: it is basic and
+  // its row names only fixed external symbols, dummies, and slack or error symbols that cost
+  // something to move. An edit constraint weaker than every other one could not move it.
+  bool isFixed(Symbol external);
 
   void clear();
 
@@ -76,6 +82,8 @@ class Tableau {
 
  private:
   static constexpr std::uint32_t kNoSlot = 0xffffffffu;
+  // An objective cost at or below this is rounding noise, not a cost.
+  static constexpr double kFixedCost = 1e-8;
 
   // Keeps the column index of one slot's row in step with the symbols the row gains and loses.
   struct ColumnTracker {
@@ -144,6 +152,10 @@ class Tableau {
   std::vector<std::uint32_t> cachedRound_;
   std::uint32_t valueRound_ = 0;
   std::vector<Symbol> evaluationStack_;
+  // Per symbol id: whether it is fixed, as found in query round fixedRound_.
+  std::vector<std::uint8_t> cachedFixed_;
+  std::vector<std::uint32_t> fixedRound_;
+  std::uint32_t fixednessRound_ = 0;
 
   // Per slot: the pass in which it was last seen, to drop duplicates while compacting a column.
   std::vector<std::uint32_t> slotSeen_;

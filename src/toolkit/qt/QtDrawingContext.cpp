@@ -57,41 +57,59 @@ void QtDrawingContext::drawImage(const UIImage& image, CGRect rect, UIViewConten
   const CGSize size = image.size();
   const QRectF target = imagePlacement(QSizeF(size.width, size.height), qtRect(rect), mode);
   if (target.isEmpty()) return;
-  painter_.drawImage(target, decoded->image());
+  if (images_) {
+    images_->draw(painter_, image.pixels(), decoded->image(), target);
+  } else {
+    painter_.drawImage(target, decoded->image());
+  }
+}
+
+double PlacedText::lineLeft(std::size_t index) const {
+  const double width = lines->widths[index];
+  double x = area.left();
+  if (alignment == NSTextAlignment::Center) x += (area.width() - width) / 2;
+  if (alignment == NSTextAlignment::Right) x += area.width() - width;
+  return x;
+}
+
+std::optional<PlacedText> placeText(std::string_view text, CGRect rect, const UIFont& font,
+                                    NSTextAlignment alignment, NSLineBreakMode lineBreakMode,
+                                    int numberOfLines, TextLayoutCache& texts) {
+  const QRectF area = qtRect(rect);
+  const auto& face = qtFontFace(font);
+  const double lineHeight = face.metrics.lineSpacing();
+  if (!(lineHeight > 0)) return std::nullopt;
+  // As many lines as the rectangle holds (always one), and no more than asked for.
+  const int fitting =
+      std::max(1, static_cast<int>(std::floor((area.height() + 0.01) / lineHeight)));
+  const int maxLines = numberOfLines > 0 ? std::min(numberOfLines, fitting) : fitting;
+  const LaidOutText& lines = texts.find(text, face, area.width(), lineBreakMode, maxLines);
+  const double blockHeight = lineHeight * static_cast<double>(lines.layout.lines.size());
+  return PlacedText{&face,      &lines,   area, area.top() + (area.height() - blockHeight) / 2,
+                    lineHeight, alignment};
 }
 
 void QtDrawingContext::drawText(std::string_view text, CGRect rect, const UIFont& font,
                                 UIColor color, NSTextAlignment alignment,
                                 NSLineBreakMode lineBreakMode, int numberOfLines) {
   if (text.empty() || !(color.alpha() > 0)) return;
-  const QRectF area = qtRect(rect);
-  const auto& face = qtFontFace(font);
-  const double lineHeight = face.metrics.lineSpacing();
-  if (!(lineHeight > 0)) return;
-
-  // As many lines as the rectangle holds (always one), and no more than asked for.
-  const int fitting =
-      std::max(1, static_cast<int>(std::floor((area.height() + 0.01) / lineHeight)));
-  const int maxLines = numberOfLines > 0 ? std::min(numberOfLines, fitting) : fitting;
-  const TextLayout layout =
-      layoutText(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())), face.metrics,
-                 area.width(), lineBreakMode, maxLines);
+  const auto placed = placeText(text, rect, font, alignment, lineBreakMode, numberOfLines, texts_);
+  if (!placed) return;
+  const QtFontFace& face = *placed->face;
+  const TextLayout& layout = placed->lines->layout;
 
   painter_.save();
-  if (layout.clipped) painter_.setClipRect(area, Qt::IntersectClip);
+  if (layout.clipped) painter_.setClipRect(placed->area, Qt::IntersectClip);
   painter_.setFont(face.font);
   painter_.setPen(qtColor(color));
-  const double blockHeight = lineHeight * static_cast<double>(layout.lines.size());
-  const double top = area.top() + (area.height() - blockHeight) / 2;
   const double baselineOffset = face.metrics.leading() / 2 + face.metrics.ascent();
   for (std::size_t i = 0; i < layout.lines.size(); ++i) {
     const QString& line = layout.lines[i];
     if (line.isEmpty()) continue;
-    const double width = face.metrics.horizontalAdvance(line);
-    double x = area.left();
-    if (alignment == NSTextAlignment::Center) x += (area.width() - width) / 2;
-    if (alignment == NSTextAlignment::Right) x += area.width() - width;
-    painter_.drawText(QPointF(x, top + lineHeight * static_cast<double>(i) + baselineOffset), line);
+    painter_.drawText(
+        QPointF(placed->lineLeft(i),
+                placed->top + placed->lineHeight * static_cast<double>(i) + baselineOffset),
+        line);
   }
   painter_.restore();
 }

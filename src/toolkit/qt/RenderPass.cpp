@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "toolkit/qt/ImageBlur.h"
+#include "toolkit/qt/LayerEffects.h"
 #include "toolkit/qt/QtConversions.h"
 #include "toolkit/qt/QtDrawingContext.h"
 
@@ -11,26 +12,6 @@ namespace {
 
 constexpr QPainter::RenderHints kHints =
     QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::TextAntialiasing;
-
-// How far a Gaussian of `sigma` spreads visibly.
-double blurSpread(double sigma) {
-  return sigma > 0 ? std::ceil(3 * sigma) + 1 : 0;
-}
-
-bool isFinite(const CGRect& rect) {
-  return std::isfinite(rect.origin.x) && std::isfinite(rect.origin.y) &&
-         std::isfinite(rect.size.width) && std::isfinite(rect.size.height);
-}
-
-bool hasVisibleBackground(const CALayer& layer) {
-  return layer.backgroundColor() && layer.backgroundColor()->alpha() > 0;
-}
-
-bool castsShadow(const CALayer& layer) {
-  // A layer that masks to its bounds cuts its own shadow away, as on the platform.
-  return layer.shadowOpacity() > 0 && layer.shadowColor() && layer.shadowColor()->alpha() > 0 &&
-         !layer.masksToBounds();
-}
 
 QColor shadowColor(const CALayer& layer, double alpha) {
   QColor color = qtColor(*layer.shadowColor());
@@ -74,11 +55,13 @@ bool RenderPass::coversItsBounds(const UIView& root) {
   return paintsBoundsOpaquely(root, 0);
 }
 
-RenderPass::RenderPass(QImage& target, double scale, ShadowCache& shadows)
-    : scale_(scale), shadows_(shadows), targetRect_(target.rect()) {
+RenderPass::RenderPass(QImage& target, double scale, RenderCaches& caches,
+                       const DamageTracker* extents, const QRect& clip)
+    : scale_(scale), caches_(caches), extents_(extents), targetRect_(target.rect()) {
   auto root = std::make_unique<Surface>();
   root->image = &target;
-  root->clip = QRectF(targetRect_);
+  root->clip = QRectF(clip & targetRect_);
+  root->fullClip = QRectF(targetRect_);
   root->painter = std::make_unique<QPainter>(&target);
   root->painter->setRenderHints(kHints);
   root->painter->setClipRect(root->clip);
@@ -112,10 +95,34 @@ void RenderPass::useDeviceCoordinates() {
   painter().setTransform(QTransform::fromTranslate(-origin.x(), -origin.y()));
 }
 
-void RenderPass::setClip(const QRectF& clip) {
+void RenderPass::setClip(const QRectF& clip, const QRectF& fullClip) {
   top().clip = clip;
+  top().fullClip = fullClip;
   painter().resetTransform();
   painter().setClipRect(clip.translated(-top().origin));
+}
+
+bool RenderPass::reaches(const UIView& view, bool subtree) const {
+  const DamageTracker::Extents* extents = extents_ ? extents_->extents(view) : nullptr;
+  if (!extents) return true;
+  return (subtree ? extents->subtree : extents->own).intersects(surfaces_.back()->clip);
+}
+
+QRegion RenderPass::opaqueSubviewPixels(const UIView& view, QPointF contentOffset,
+                                        const QRectF& deviceBox) const {
+  QRegion covered;
+  for (const auto& subview : view.subviews()) {
+    if (!isFinite(subview->frame()) || !paintsBoundsOpaquely(*subview, 1)) continue;
+    // The whole pixels inside: the edge pixels of a fractional rectangle are only partly painted.
+    const QRectF area = toDevice(qtRect(subview->frame()), contentOffset).intersected(deviceBox);
+    const int left = static_cast<int>(std::ceil(area.left()));
+    const int top = static_cast<int>(std::ceil(area.top()));
+    const int right = static_cast<int>(std::floor(area.right()));
+    const int bottom = static_cast<int>(std::floor(area.bottom()));
+    if (right - left >= 8 && bottom - top >= 8)
+      covered += QRect(left, top, right - left, bottom - top);
+  }
+  return covered;
 }
 
 QRectF RenderPass::subtreeExtent(const UIView& view, QPointF parentOffset) const {
@@ -142,7 +149,9 @@ QRectF RenderPass::subtreeExtent(const UIView& view, QPointF parentOffset) const
 
 bool RenderPass::pushSurface(const QRectF& extent, double opacity, std::optional<QPainterPath> mask,
                              std::optional<ContentShadow> shadow) {
-  const QRectF clip = extent.intersected(top().clip);
+  const QRectF fullClip = extent.intersected(top().fullClip);
+  // The shadow of content inside the clip may come from content outside it.
+  const QRectF clip = shadow ? fullClip : extent.intersected(top().clip);
   const QRect area = clip.toAlignedRect().intersected(targetRect_);
   if (area.isEmpty()) return false;
   auto surface = std::make_unique<Surface>();
@@ -156,7 +165,7 @@ bool RenderPass::pushSurface(const QRectF& extent, double opacity, std::optional
   surface->mask = std::move(mask);
   surface->shadow = shadow;
   surfaces_.push_back(std::move(surface));
-  setClip(clip);
+  setClip(clip, fullClip);
   return true;
 }
 
@@ -214,12 +223,13 @@ void RenderPass::paintView(const UIView& view, QPointF parentOffset, bool isRoot
   if (layer.masksToBounds() && !toDevice(qtRect(bounds), contentOffset).intersects(top().clip)) {
     return;
   }
+  if (!isRoot && !reaches(view, true)) return;
 
   // Translucent views paint into a group of their own, so that overlapping parts of them do not
   // show through each other; so do shadowed views without a background, whose shadow follows
   // whatever they paint.
   const bool translucent = layer.opacity() < 1;
-  const bool shadowsContent = castsShadow(layer) && !hasVisibleBackground(layer);
+  const bool shadowsContent = castsContentShadow(layer);
   if (translucent || shadowsContent) {
     std::optional<ContentShadow> shadow;
     const QRectF extent = isRoot ? QRectF(targetRect_) : subtreeExtent(view, parentOffset);
@@ -242,45 +252,65 @@ void RenderPass::paintLayerAndContent(const UIView& view, QPointF contentOffset)
   const QRectF box = qtRect(view.bounds());
   const QRectF deviceBox = toDevice(box, contentOffset);
   const double radius = usableRadius(box, layer.cornerRadius());
+  // Everything but the subviews, when it can show in the clip at all.
+  const bool paintsItself = reaches(view, false);
 
-  if (castsShadow(layer) && hasVisibleBackground(layer)) {
+  if (paintsItself && castsShadow(layer) && hasVisibleBackground(layer)) {
     paintRectShadow(deviceBox, radius * scale_, layer);
   }
-  if (hasVisibleBackground(layer) && !hasOpaqueCover(view, 0)) {
+  if (paintsItself && hasVisibleBackground(layer) && !hasOpaqueCover(view, 0)) {
+    // Not under subviews that paint over it opaquely anyway (a rounded mask would let some of it
+    // show at their corners).
+    const QRegion covered = layer.masksToBounds() && radius > 0
+                                ? QRegion()
+                                : opaqueSubviewPixels(view, contentOffset, deviceBox);
+    if (!covered.isEmpty()) {
+      painter().save();
+      useDeviceCoordinates();
+      painter().setClipRegion(
+          (QRegion(deviceBox.toAlignedRect()) - covered).translated(-top().origin),
+          Qt::IntersectClip);
+    }
     useCoordinates(contentOffset);
     if (radius > 0) {
       painter().fillPath(roundedRectPath(box, radius), qtColor(*layer.backgroundColor()));
     } else {
       painter().fillRect(box, qtColor(*layer.backgroundColor()));
     }
+    if (!covered.isEmpty()) painter().restore();
   }
-  if (const auto blur = view.backdropBlur()) paintBackdropBlur(deviceBox, radius * scale_, *blur);
+  if (const auto blur = view.backdropBlur(); blur && paintsItself) {
+    paintBackdropBlur(deviceBox, radius * scale_, *blur);
+  }
 
   // Masking to the bounds clips the content and the subviews: a plain rectangle clips the
   // painter; rounded corners need a surface whose corners are erased afterwards.
   const bool masks = layer.masksToBounds();
   const bool roundedMask = masks && radius > 0;
   const QRectF outerClip = top().clip;
+  const QRectF outerFullClip = top().fullClip;
   bool painting = true;
   if (roundedMask) {
     painting = pushSurface(deviceBox, 1, roundedRectPath(deviceBox, radius * scale_), std::nullopt);
   } else if (masks) {
-    setClip(outerClip.intersected(deviceBox));
+    setClip(outerClip.intersected(deviceBox), outerFullClip.intersected(deviceBox));
   }
   if (painting) {
-    useCoordinates(contentOffset);
-    QtDrawingContext context(painter());
-    view.drawContent(context);
+    if (paintsItself) {
+      useCoordinates(contentOffset);
+      QtDrawingContext context(painter(), &caches_.texts, &caches_.images);
+      view.drawContent(context);
+    }
     for (const auto& subview : view.subviewsInDrawingOrder()) {
       paintView(*subview, contentOffset, false);
     }
     if (roundedMask) popSurface();
   }
-  if (masks && !roundedMask) setClip(outerClip);
+  if (masks && !roundedMask) setClip(outerClip, outerFullClip);
 
   // The border lies inside the bounds, over the content and the subviews.
   const auto& borderColor = layer.borderColor();
-  if (layer.borderWidth() > 0 && borderColor && borderColor->alpha() > 0) {
+  if (paintsItself && layer.borderWidth() > 0 && borderColor && borderColor->alpha() > 0) {
     useCoordinates(contentOffset);
     painter().fillPath(borderRingPath(box, radius, layer.borderWidth()), qtColor(*borderColor));
   }
@@ -304,7 +334,7 @@ void RenderPass::paintRectShadow(const QRectF& deviceBox, double radius, const C
   const QSize size(static_cast<int>(std::lround(shape.width())),
                    static_cast<int>(std::lround(shape.height())));
   if (size.isEmpty()) return;
-  const auto& shadow = shadows_.roundedRectShadow(size, radius, sigma, color);
+  const auto& shadow = caches_.shadows.roundedRectShadow(size, radius, sigma, color);
   // On whole pixels, so that the image is copied rather than resampled; a blurred edge does not
   // show the half pixel.
   const QPoint at = (shape.topLeft() - QPointF(shadow.margin, shadow.margin)).toPoint();

@@ -1,28 +1,37 @@
 #pragma once
 
-// One painting of a view tree into an image. Views are painted back to front; each one paints its
-// layer's shadow, background and backdrop blur, its own content, its subviews and its border, in
-// that order. Opacity groups, rounded clipping and shadows of content are painted into surfaces of
-// their own (images covering just what they need) that are composited onto the one below when the
-// view is done.
+// One painting of a view tree into an image, or into a part of it. Views are painted back to
+// front; each one paints its layer's shadow, background and backdrop blur, its own content, its
+// subviews and its border, in that order. Opacity groups, rounded clipping and shadows of content
+// are painted into surfaces of their own (images covering just what they need) that are composited
+// onto the one below when the view is done.
+//
+// Painting a part (a clip) gives its pixels exactly as painting everything would: views whose
+// painting lies outside it (as the damage tracker last measured them) are skipped, and a surface
+// whose shadow follows its content is painted whole, since the shadow inside the clip may come from
+// content outside it.
 
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegion>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "toolkit/UIView.h"
-#include "toolkit/qt/ShadowCache.h"
+#include "toolkit/qt/DamageTracker.h"
+#include "toolkit/qt/RenderCaches.h"
 
 namespace vlq::toolkit::qt {
 
 class RenderPass {
  public:
   // Paints onto `target`, whose top left corner is the root's bounds origin, at `scale` device
-  // pixels per point.
-  RenderPass(QImage& target, double scale, ShadowCache& shadows);
+  // pixels per point, inside `clip` (in target pixels). `extents`, when given, tells where each
+  // view paints.
+  RenderPass(QImage& target, double scale, RenderCaches& caches, const DamageTracker* extents,
+             const QRect& clip);
   ~RenderPass();
   RenderPass(const RenderPass&) = delete;
   RenderPass& operator=(const RenderPass&) = delete;
@@ -47,8 +56,10 @@ class RenderPass {
     QImage* image = nullptr;
     // Where the image's top left pixel lies on the target.
     QPoint origin;
-    // The clip in force on this surface, in target pixels.
+    // The clip in force on this surface, in target pixels, and the same without the part of the
+    // target being painted (the clips of masking layers only).
     QRectF clip;
+    QRectF fullClip;
     std::unique_ptr<QPainter> painter;
     double opacity = 1;
     std::optional<QPainterPath> mask;
@@ -66,6 +77,9 @@ class RenderPass {
   void useDeviceCoordinates();
   // Everything the view and its subtree may paint, in target pixels.
   QRectF subtreeExtent(const UIView& view, QPointF parentOffset) const;
+  // The whole target pixels of `deviceBox` that subviews of `view` paint over opaquely.
+  QRegion opaqueSubviewPixels(const UIView& view, QPointF contentOffset,
+                              const QRectF& deviceBox) const;
 
   Surface& top() { return *surfaces_.back(); }
   QPainter& painter() { return *top().painter; }
@@ -73,7 +87,9 @@ class RenderPass {
   bool pushSurface(const QRectF& extent, double opacity, std::optional<QPainterPath> mask,
                    std::optional<ContentShadow> shadow);
   void popSurface();
-  void setClip(const QRectF& clip);
+  void setClip(const QRectF& clip, const QRectF& fullClip);
+  // Whether what `view` paints itself (or with its subtree) may reach into the current clip.
+  bool reaches(const UIView& view, bool subtree) const;
 
   void paintRectShadow(const QRectF& deviceBox, double radius, const CALayer& layer);
   void paintContentShadow(const Surface& surface, QPainter& onto, QPoint ontoOrigin);
@@ -82,7 +98,8 @@ class RenderPass {
   QImage compositeBelow(const QRect& region) const;
 
   double scale_;
-  ShadowCache& shadows_;
+  RenderCaches& caches_;
+  const DamageTracker* extents_;
   QRect targetRect_;
   std::vector<std::unique_ptr<Surface>> surfaces_;
 };

@@ -36,19 +36,45 @@ ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
   setTitle(QStringLiteral("VLQSurveyPlugin"));
 }
 
+QImage ScreenWindow::currentFrame() {
+  renderer_.setScale(scale_ * devicePixelRatio());
+  return renderer_.render(*window_);
+}
+
 QImage ScreenWindow::renderFrame() {
-  const double ratio = devicePixelRatio();
-  renderer_.setScale(scale_ * ratio);
-  QImage frame = renderer_.render(*window_);
-  frame.setDevicePixelRatio(ratio);
+  QImage frame = currentFrame();
+  frame.setDevicePixelRatio(devicePixelRatio());
   return frame;
 }
 
-void ScreenWindow::paintEvent(QPaintEvent*) {
-  const QImage frame = renderFrame();
+QRegion ScreenWindow::damagedRegion() const {
+  const double ratio = devicePixelRatio();
+  QRegion region;
+  for (const QRect& rect : renderer_.lastDamage()) {
+    region +=
+        QRectF(rect.x() / ratio, rect.y() / ratio, rect.width() / ratio, rect.height() / ratio)
+            .toAlignedRect();
+  }
+  return region;
+}
+
+void ScreenWindow::refresh() {
+  currentFrame();
+  const QRegion damaged = damagedRegion();
+  if (!damaged.isEmpty()) update(damaged);
+}
+
+void ScreenWindow::paintEvent(QPaintEvent* event) {
+  const QImage frame = currentFrame();
+  // What changed since the last refresh and lies outside this paint is shown by the next one.
+  const QRegion late = damagedRegion() - event->region();
+  if (!late.isEmpty()) update(late);
+  const double ratio = devicePixelRatio();
   QPainter painter(this);
+  painter.setClipRegion(event->region());
   painter.fillRect(QRect(QPoint(0, 0), size()), Qt::white);
-  painter.drawImage(QPointF(0, 0), frame);
+  // One frame pixel per device pixel.
+  painter.drawImage(QRectF(0, 0, frame.width() / ratio, frame.height() / ratio), frame);
   painter.end();
   // What the frame shows is now what assistive technology should know about.
   accessibility_.frameShown();
@@ -103,7 +129,7 @@ bool ScreenWindow::event(QEvent* event) {
 
 void ScreenWindow::inputHandled() {
   if (auto* method = QGuiApplication::inputMethod()) method->update(Qt::ImEnabled);
-  update();
+  refresh();
 }
 
 int runScreenWindow(const std::shared_ptr<UIWindow>& window, double scale) {
@@ -111,7 +137,7 @@ int runScreenWindow(const std::shared_ptr<UIWindow>& window, double scale) {
   const auto loop = installRealTimeMainLoop();
   window->makeKeyAndVisible();
   ScreenWindow screen(window, scale);
-  MainQueuePump pump(loop, [&screen] { screen.update(); });
+  MainQueuePump pump(loop, [&screen] { screen.refresh(); });
   screen.show();
   return QGuiApplication::exec();
 }

@@ -2,8 +2,9 @@
 
 // A toolkit window shown in a desktop window: painted with the WindowRenderer at `scale` window
 // pixels per point (390 x 844 points make a 390 x 844 pixel window at scale 1), fed with the mouse,
-// the wheel and the keyboard through ScreenInput, and painted again after every input and every
-// pump of the main queue that ran something. Screen readers see it through ScreenAccessibility.
+// the wheel and the keyboard through ScreenInput, and brought up to date after every input and
+// every pump of the main queue that ran something. Only what changed is painted again, and only
+// that part of the desktop window is updated. Screen readers see it through ScreenAccessibility.
 
 #include <QRasterWindow>
 #include <memory>
@@ -26,6 +27,9 @@ class ScreenWindow : public QRasterWindow {
 
   // What the window shows now, at its device pixel ratio.
   QImage renderFrame();
+  // Paints what changed in the toolkit window since the last frame and has the desktop window
+  // show that part again.
+  void refresh();
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -39,6 +43,10 @@ class ScreenWindow : public QRasterWindow {
  private:
   // After input: the tree may have changed, and so may the keyboard focus.
   void inputHandled();
+  // The frame as it is now (painting what changed), at the device pixel ratio's scale.
+  QImage currentFrame();
+  // What the last frame painted again, in the desktop window's coordinates.
+  QRegion damagedRegion() const;
 
   std::shared_ptr<UIWindow> window_;
   double scale_;

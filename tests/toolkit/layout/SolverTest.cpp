@@ -159,6 +159,30 @@ TEST(SolverTest, RemovingAConstraintResolves) {
   EXPECT_DOUBLE_EQ(views.rightWidth.value(), 160);
 }
 
+// A variable is fixed when required equalities or paid-for preferences decide it, through any
+// chain of definitions; one that a slack, an unconstrained variable or nothing leaves room for is
+// free. Removing what fixed it frees it again.
+TEST(SolverTest, FixedVariablesAreThoseTheSolutionLeavesNoRoom) {
+  Solver solver;
+  Variable pinned, follower, bounded, boundedFollower, untouched, preferred, pairLeft, pairRight;
+  const Constraint pin = pinned == 10;
+  add(solver, pin);
+  add(solver, follower == pinned + 5);
+  add(solver, bounded >= 0);
+  add(solver, boundedFollower == bounded + 1);
+  add(solver, (preferred == 40) | strength::strong);
+  add(solver, preferred <= 100);
+  add(solver, pairLeft == pairRight);
+  const std::vector<Variable> all{pinned,    follower,  bounded,  boundedFollower,
+                                  untouched, preferred, pairLeft, pairRight};
+  EXPECT_EQ(solver.fixedVariables(all),
+            (std::vector<bool>{true, true, false, false, false, true, false, false}));
+
+  ASSERT_EQ(solver.removeConstraint(pin), SolverResult::Ok);
+  EXPECT_EQ(solver.fixedVariables({pinned, follower, preferred}),
+            (std::vector<bool>{false, false, true}));
+}
+
 TEST(SolverTest, RedundantRequiredEqualitiesAreAcceptedAndRemovable) {
   Solver solver;
   Variable x, y, z;
