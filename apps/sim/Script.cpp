@@ -1,5 +1,7 @@
 #include "sim/Script.h"
 
+#include <cmath>
+#include <exception>
 #include <sstream>
 
 namespace vlq::sim {
@@ -72,6 +74,25 @@ std::vector<ScriptLine> parseScript(const std::string& text, std::optional<Scrip
     lines.push_back({number, line, std::move(*words)});
   }
   return lines;
+}
+
+std::optional<double> parseScriptNumber(const std::string& word) {
+  try {
+    std::size_t used = 0;
+    const double value = std::stod(word, &used);
+    if (used != word.size() || !std::isfinite(value)) return std::nullopt;
+    return value;
+  } catch (const std::exception&) {
+    return std::nullopt;  // not a number, or beyond the range of a double
+  }
+}
+
+std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std::int64_t low,
+                                                   std::int64_t high) {
+  const auto value = parseScriptNumber(word);
+  if (!value || *value != std::trunc(*value)) return std::nullopt;
+  if (*value < static_cast<double>(low) || *value > static_cast<double>(high)) return std::nullopt;
+  return static_cast<std::int64_t>(*value);
 }
 
 }  // namespace vlq::sim
