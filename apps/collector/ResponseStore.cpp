@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "host/JsonDocument.h"
+
 namespace vlq::collector {
 namespace {
 
@@ -102,8 +104,7 @@ std::vector<StoredResponse> ResponseStore::list(const std::optional<std::string>
     stored.receivedAt = statement.column(2);
     stored.url = statement.column(3);
     stored.status = sqlite3_column_int(statement.get(), 4);
-    stored.body = Json::parse(statement.column(5), nullptr, false);
-    if (stored.body.is_discarded()) stored.body = nullptr;
+    stored.body = parseJsonDocument(statement.column(5)).value_or(nullptr);
     result.push_back(std::move(stored));
   }
   return result;

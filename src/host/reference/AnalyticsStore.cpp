@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "host/JsonDocument.h"
+
 namespace vlq::reference {
 
 namespace {
@@ -104,8 +106,7 @@ std::vector<StoredEvent> AnalyticsStore::events() const {
     StoredEvent event;
     event.sequence = sqlite3_column_int64(select.get(), 0);
     event.name = columnText(select.get(), 1);
-    event.info = Json::parse(columnText(select.get(), 2), nullptr, false);
-    if (event.info.is_discarded()) event.info = nullptr;
+    event.info = parseJsonDocument(columnText(select.get(), 2)).value_or(nullptr);
     event.time = sqlite3_column_double(select.get(), 3);
     stored.push_back(std::move(event));
   }
