@@ -153,7 +153,7 @@ TEST_F(SurveyPageTest, KeyboardShiftsThePageUntilItGoes) {
 
 TEST_F(SurveyPageTest, FramesOnThePhone) {
   show(threeQuestionSurvey());
-  auto frameOf = [this](const std::shared_ptr<UIView>& view) {
+  auto frameOf = [](const std::shared_ptr<UIView>& view) {
     return view->convertRectToView(view->bounds(), nullptr);
   };
   EXPECT_EQ(frameOf(page->vlqSurveyProgressView()), CGRectMake(0, 47, 390, 10));
