@@ -1,14 +1,71 @@
 #include "host/JsonTreeBuilder.h"
 
-#include <utility>
+#include <functional>
+#include <string_view>
 
 namespace vlq {
 namespace {
 
-// Below this many keys a scan is cheaper than an index.
-constexpr std::size_t kIndexFromKeys = 16;
+// Below this many members a scan for a repeated key is cheaper than a hash table.
+constexpr std::size_t kHashFromMembers = 16;
 
-constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+using Members = std::vector<std::pair<std::string, Json>>;
+
+// The object of `members`: a repeated key keeps the place of its first appearance and the value
+// of its last, as the JSON library's own reading gives.
+Json::object_t objectOf(Members& members) {
+  // Where each member goes: its own place, or that of the first member with its key.
+  std::vector<std::size_t> firstOfKey(members.size());
+  bool repeated = false;
+  if (members.size() < kHashFromMembers) {
+    for (std::size_t at = 0; at < members.size(); ++at) {
+      firstOfKey[at] = at;
+      for (std::size_t before = 0; before < at; ++before) {
+        if (members[before].first == members[at].first) {
+          firstOfKey[at] = firstOfKey[before];
+          repeated = true;
+          break;
+        }
+      }
+    }
+  } else {
+    // Open addressing over a power-of-two table of member positions, at most half full.
+    std::size_t slots = 1;
+    while (slots < 2 * members.size())
+      slots *= 2;
+    constexpr std::size_t kEmpty = static_cast<std::size_t>(-1);
+    std::vector<std::size_t> table(slots, kEmpty);
+    const std::hash<std::string_view> hash;
+    for (std::size_t at = 0; at < members.size(); ++at) {
+      const std::string& key = members[at].first;
+      std::size_t slot = hash(key) & (slots - 1);
+      while (table[slot] != kEmpty && members[table[slot]].first != key)
+        slot = (slot + 1) & (slots - 1);
+      if (table[slot] == kEmpty) {
+        table[slot] = at;
+        firstOfKey[at] = at;
+      } else {
+        firstOfKey[at] = table[slot];
+        repeated = true;
+      }
+    }
+  }
+  if (repeated) {
+    for (std::size_t at = 0; at < members.size(); ++at) {
+      if (firstOfKey[at] != at) members[firstOfKey[at]].second = std::move(members[at].second);
+    }
+  }
+
+  Json::object_t object;
+  Json::object_t::Container& entries = object;
+  entries.reserve(members.size());
+  for (std::size_t at = 0; at < members.size(); ++at) {
+    // Appended without the map's own search for the key, which scans every key.
+    if (firstOfKey[at] == at)
+      entries.emplace_back(std::move(members[at].first), std::move(members[at].second));
+  }
+  return object;
+}
 
 }  // namespace
 
@@ -17,31 +74,15 @@ Json* JsonTreeBuilder::place(Json&& value) {
     root_ = std::move(value);
     return &root_;
   }
-  Json& container = *open_.back().value;
-  if (container.is_array()) {
-    auto& elements = container.get_ref<Json::array_t&>();
+  Open& container = open_.back();
+  if (container.value->is_array()) {
+    auto& elements = container.value->get_ref<Json::array_t&>();
     elements.push_back(std::move(value));
     return &elements.back();
   }
-  *nextMember_ = std::move(value);
-  return nextMember_;
-}
-
-std::size_t JsonTreeBuilder::positionOfKey(Open& object, const std::string& name) {
-  // The members as the vector they are: the map's own operator[] takes keys.
-  const Json::object_t::Container& members = object.value->get_ref<const Json::object_t&>();
-  if (members.size() < kIndexFromKeys) {
-    for (std::size_t at = 0; at < members.size(); ++at) {
-      if (members[at].first == name) return at;
-    }
-    return kNotFound;
-  }
-  if (object.positions.empty()) {
-    for (std::size_t at = 0; at < members.size(); ++at)
-      object.positions.emplace(members[at].first, at);
-  }
-  const auto found = object.positions.find(name);
-  return found == object.positions.end() ? kNotFound : found->second;
+  Json& member = container.members.back().second;
+  member = std::move(value);
+  return &member;
 }
 
 bool JsonTreeBuilder::null() {
@@ -85,21 +126,13 @@ bool JsonTreeBuilder::start_object(std::size_t) {
 }
 
 bool JsonTreeBuilder::key(std::string& name) {
-  Open& object = open_.back();
-  Json::object_t::Container& members = object.value->get_ref<Json::object_t&>();
-  const std::size_t existing = positionOfKey(object, name);
-  if (existing != kNotFound) {
-    nextMember_ = &members[existing].second;
-    return true;
-  }
-  if (!object.positions.empty()) object.positions.emplace(name, members.size());
-  // Added at the end without the map's own search for the key, which scans every key.
-  members.emplace_back(std::move(name), nullptr);
-  nextMember_ = &members.back().second;
+  open_.back().members.emplace_back(std::move(name), nullptr);
   return true;
 }
 
 bool JsonTreeBuilder::end_object() {
+  Open& object = open_.back();
+  object.value->get_ref<Json::object_t&>() = objectOf(object.members);
   open_.pop_back();
   return true;
 }

@@ -141,9 +141,12 @@ void VLQSurveyPlugin::addLaunchViewToWindow() {
         delayInterval_ = doubleValue(valueForKey(ui, "delay")) / 1000.0;
         delay = delayInterval_;
       }
-      // Every matching entry schedules its own invitation; the fields keep the last match.
+      // Every matching entry schedules its own invitation; the fields keep the last match. The
+      // block holds the document, which never changes, rather than a copy of the entry.
       VLQController::sharedController()->executeAfterDelay(
-          delay, [plugin = self(), entry] { contained([&] { plugin->delayDidExpire(entry); }); });
+          delay, [plugin = self(), document, entry = &entry] {
+            contained([&] { plugin->delayDidExpire(*entry); });
+          });
     }
   });
 }
