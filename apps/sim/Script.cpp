@@ -1,7 +1,8 @@
 #include "sim/Script.h"
 
+#include <cerrno>
 #include <cmath>
-#include <exception>
+#include <cstdlib>
 #include <sstream>
 
 namespace vlq::sim {
@@ -77,14 +78,15 @@ std::vector<ScriptLine> parseScript(const std::string& text, std::optional<Scrip
 }
 
 std::optional<double> parseScriptNumber(const std::string& word) {
-  try {
-    std::size_t used = 0;
-    const double value = std::stod(word, &used);
-    if (used != word.size() || !std::isfinite(value)) return std::nullopt;
-    return value;
-  } catch (const std::exception&) {
-    return std::nullopt;  // not a number, or beyond the range of a double
+  if (word.empty()) return std::nullopt;
+  char* end = nullptr;
+  errno = 0;
+  const double value = std::strtod(word.c_str(), &end);
+  // Beyond the range of a double (ERANGE) counts as no number, as infinities and NaN do.
+  if (end != word.c_str() + word.size() || errno == ERANGE || !std::isfinite(value)) {
+    return std::nullopt;
   }
+  return value;
 }
 
 std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std::int64_t low,
