@@ -162,6 +162,9 @@ def main():
         # Status 200, POST, the response path with an app id, no headers, the body.
         seeds[("collector", f"posted-{index}")] = (
             bytes([20, 1, 0]) + text("e2e-app") + bytes([0]) + json.dumps(body).encode())
+        seeds[("collector", f"posted-{index}-with-key")] = (
+            bytes([20, 1, 0]) + text("e2e-app") + bytes([1]) + text("Idempotency-Key")
+            + text(f"key-{index % 3}") + text("") + json.dumps(body).encode())
     seeds[("collector", "list")] = bytes([20, 0, 1]) + text("appId=e2e-app") + bytes([0])
     seeds[("collector", "config")] = bytes([20, 0, 2, 0])
     for (target, name), data in seeds.items():

@@ -3,6 +3,7 @@
 #include <httplib.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -23,6 +24,9 @@ constexpr const char* kPostPath = "/v2/api/survey-response";
 constexpr const char* kListPath = "/v2/api/survey-responses";
 constexpr const char* kConfigPath = "/v2/api/surveys";
 constexpr const char* kJsonType = "application/json";
+constexpr const char* kIdempotencyHeader = "Idempotency-Key";
+// Keys are made by clients (a UUID is 36 characters); a longer one is refused, not stored.
+constexpr std::size_t kMaxIdempotencyKeyBytes = 255;
 
 // Survey bodies are a few kilobytes; anything past this is refused before it is read.
 constexpr std::size_t kMaxBodyBytes = 16 * 1024 * 1024;
@@ -55,6 +59,7 @@ struct CollectorServer::Impl {
   std::unique_ptr<ResponseStore> store;
 
   std::atomic<int> status{200};
+  std::atomic<int> failuresLeft{0};
 
   // Held while a body is stored and observed, so observers see bodies one at a time and in id
   // order.
@@ -64,10 +69,14 @@ struct CollectorServer::Impl {
   httplib::Server server;
   std::thread thread;
   std::atomic<bool> listenEnded{false};
-  std::mutex stopMutex;  // makes stop() safe to call from several threads
+  std::mutex stopMutex;  // serialises listen, suspend, resume and stop
+  bool stopped = false;  // for good; guarded by stopMutex
 
   void routes();
   void dispatch(const httplib::Request& request, httplib::Response& response);
+  // Serves on the bound socket from a thread of its own; returns once it accepts connections.
+  void serve();
+  bool takeFailure();
   void receive(const httplib::Request& request, httplib::Response& response);
   void list(const httplib::Request& request, httplib::Response& response) const;
   void serveConfig(httplib::Response& response) const;
@@ -116,7 +125,23 @@ void CollectorServer::Impl::dispatch(const httplib::Request& request, httplib::R
   }
 }
 
+bool CollectorServer::Impl::takeFailure() {
+  int left = failuresLeft.load();
+  while (left > 0 && !failuresLeft.compare_exchange_weak(left, left - 1)) {
+  }
+  return left > 0;
+}
+
 void CollectorServer::Impl::receive(const httplib::Request& request, httplib::Response& response) {
+  if (takeFailure()) {
+    answerError(response, 500, "the collector fails this post on purpose");
+    return;
+  }
+  const std::string key = request.get_header_value(kIdempotencyHeader);
+  if (key.size() > kMaxIdempotencyKeyBytes) {
+    answerError(response, 400, "the Idempotency-Key header is longer than 255 bytes");
+    return;
+  }
   std::optional<Json> body = parseJsonObject(request.body);
   if (!body) {
     answerError(response, 400, "the body is not a JSON object");
@@ -127,12 +152,19 @@ void CollectorServer::Impl::receive(const httplib::Request& request, httplib::Re
   stored.receivedAt = utcTimestamp(std::chrono::system_clock::now());
   stored.url = request.target.empty() ? request.path : request.target;
   stored.status = status.load();
+  stored.idempotencyKey = key;
   stored.body = std::move(*body);
 
   std::lock_guard lock(intakeMutex);
+  if (!key.empty()) {
+    if (const auto first = store->findByKey(key)) {
+      answerJson(response, first->status, Json{{"id", first->id}});
+      return;
+    }
+  }
   std::string error;
   const std::optional<std::int64_t> id = store->insert(stored.appId, stored.receivedAt, stored.url,
-                                                       stored.status, request.body, error);
+                                                       stored.status, request.body, key, error);
   if (!id) {
     answerError(response, 500, "cannot store the body: " + error);
     return;
@@ -148,6 +180,19 @@ void CollectorServer::Impl::receive(const httplib::Request& request, httplib::Re
     }
   }
   answerJson(response, stored.status, Json{{"id", stored.id}});
+}
+
+void CollectorServer::Impl::serve() {
+  listenEnded = false;
+  thread = std::thread([this] {
+    server.listen_after_bind();
+    listenEnded = true;
+  });
+  // The server only honours stop() once its accept loop runs; wait for it, so a stop() that
+  // follows at once is not lost. Connections made meanwhile wait in the listen backlog.
+  while (!server.is_running() && !listenEnded) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 void CollectorServer::Impl::list(const httplib::Request& request,
@@ -213,16 +258,7 @@ std::unique_ptr<CollectorServer> CollectorServer::start(CollectorOptions options
     impl.port = impl.options.port;
   }
 
-  Impl* running = &impl;
-  impl.thread = std::thread([running] {
-    running->server.listen_after_bind();
-    running->listenEnded = true;
-  });
-  // The server only honours stop() once its accept loop runs; wait for it, so a stop() that
-  // follows at once is not lost. Connections made meanwhile wait in the listen backlog.
-  while (!impl.server.is_running() && !impl.listenEnded) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  impl.serve();
   return collector;
 }
 
@@ -276,6 +312,27 @@ std::vector<StoredResponse> CollectorServer::responses(
   return impl_->store->list(appId);
 }
 
+void CollectorServer::failNextPosts(int count) {
+  impl_->failuresLeft = std::max(0, count);
+}
+
+void CollectorServer::suspend() {
+  std::lock_guard lock(impl_->stopMutex);
+  if (!impl_->thread.joinable()) return;
+  impl_->server.stop();
+  impl_->thread.join();
+}
+
+bool CollectorServer::resume() {
+  std::lock_guard lock(impl_->stopMutex);
+  // A collector that was only opened has no address to listen on again.
+  if (impl_->stopped || impl_->port == 0) return false;
+  if (impl_->thread.joinable()) return true;
+  if (!impl_->server.bind_to_port(impl_->options.bind, impl_->port)) return false;
+  impl_->serve();
+  return true;
+}
+
 void CollectorServer::setResponseObserver(std::function<void(const StoredResponse&)> observer) {
   std::lock_guard lock(impl_->intakeMutex);
   impl_->observer = std::move(observer);
@@ -283,6 +340,7 @@ void CollectorServer::setResponseObserver(std::function<void(const StoredRespons
 
 void CollectorServer::stop() {
   std::lock_guard lock(impl_->stopMutex);
+  impl_->stopped = true;
   if (!impl_->thread.joinable()) return;
   impl_->server.stop();
   impl_->thread.join();

@@ -14,9 +14,14 @@
 // the parameter is seen rather than turned away; its `url` shows what was sent. Listing with
 // `appId=` (empty) returns exactly those posts.
 //
-// Anything else is answered 404. The server runs on its own threads from `start` until `stop` or
-// destruction. Every member function may be called from any thread. A collector made with `open`
-// has no socket: it answers only the requests handed to `handle`.
+// A post with an Idempotency-Key header is stored once per key: a post that repeats a stored key
+// gets the first post's answer (its status and id) again and stores nothing, whatever its body.
+// A client that never heard the answer can so send a body again without storing it twice. Posts
+// without the header are each stored.
+//
+// The server runs on its own threads from `start` until `stop` or destruction. Every member
+// function may be called from any thread. A collector made with `open` has no socket: it answers
+// only the requests handed to `handle`.
 
 #include <cstdint>
 #include <functional>
@@ -79,6 +84,16 @@ class CollectorServer {
 
   // The status for the posts that follow. Throws std::invalid_argument outside 100 to 599.
   void setStatus(int status);
+  // The next `count` posts are answered 500 and not stored, as by a service in trouble; then the
+  // posts are answered as before. Replaces an earlier count; 0 or less ends the failures.
+  void failNextPosts(int count);
+
+  // Stops listening, as a service that went down: connections are refused until resume(). The
+  // stored bodies and the settings stay. Does nothing when not listening.
+  void suspend();
+  // Listens again on the same port. False when it cannot: stopped for good, or the port was taken
+  // meanwhile. True when already listening.
+  bool resume();
 
   // The stored responses, oldest first: those of `appId` when given, otherwise all.
   std::vector<StoredResponse> responses(const std::optional<std::string>& appId = {}) const;
@@ -89,8 +104,9 @@ class CollectorServer {
   // ignored. An empty function removes the observer.
   void setResponseObserver(std::function<void(const StoredResponse&)> observer);
 
-  // Stops serving and waits for the server threads to finish, so it must not be called from the
-  // response observer. Idempotent; responses() still reads the stored bodies afterwards.
+  // Stops serving for good and waits for the server threads to finish, so neither it nor suspend
+  // may be called from the response observer. Idempotent; responses() still reads the stored
+  // bodies afterwards.
   void stop();
 
  private:

@@ -77,7 +77,9 @@ std::string usage() {
 
 Receives survey responses over HTTP and stores them in SQLite.
 
-  POST /v2/api/survey-response?appId=ID   store a JSON object body (400 when it is not one)
+  POST /v2/api/survey-response?appId=ID   store a JSON object body (400 when it is not one);
+                                          a repeated Idempotency-Key header gets the first
+                                          answer again and stores nothing
   GET  /v2/api/survey-responses?appId=ID  the stored bodies as a JSON array (all without appId)
   GET  /v2/api/surveys?appId=ID           the --config file's bytes (404 without --config)
 

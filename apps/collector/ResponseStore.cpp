@@ -14,8 +14,15 @@ constexpr const char* kSchema =
     " received_at TEXT NOT NULL,"
     " url TEXT NOT NULL,"
     " status INTEGER NOT NULL,"
-    " body TEXT NOT NULL);"
+    " body TEXT NOT NULL,"
+    " idempotency_key TEXT);"
     "CREATE INDEX IF NOT EXISTS survey_responses_app_id ON survey_responses(app_id, id);";
+// Databases written before the key was kept lack its column; it is added when they are opened.
+constexpr const char* kKeyColumn = "ALTER TABLE survey_responses ADD COLUMN idempotency_key TEXT";
+constexpr const char* kKeyIndex =
+    "CREATE UNIQUE INDEX IF NOT EXISTS survey_responses_key ON survey_responses(idempotency_key)"
+    " WHERE idempotency_key IS NOT NULL";
+constexpr const char* kColumns = "id, app_id, received_at, url, status, body, idempotency_key";
 
 // A prepared statement that finalizes itself.
 class Statement {
@@ -43,6 +50,26 @@ class Statement {
   sqlite3_stmt* statement_ = nullptr;
 };
 
+bool hasKeyColumn(sqlite3* db) {
+  Statement columns(db,
+                    "SELECT 1 FROM pragma_table_info('survey_responses')"
+                    " WHERE name = 'idempotency_key'");
+  return columns.get() && sqlite3_step(columns.get()) == SQLITE_ROW;
+}
+
+// Reads the columns of kColumns from the current row.
+StoredResponse recordAt(const Statement& row) {
+  StoredResponse stored;
+  stored.id = sqlite3_column_int64(row.get(), 0);
+  stored.appId = row.column(1);
+  stored.receivedAt = row.column(2);
+  stored.url = row.column(3);
+  stored.status = sqlite3_column_int(row.get(), 4);
+  stored.body = parseJsonDocument(row.column(5)).value_or(nullptr);
+  stored.idempotencyKey = row.column(6);
+  return stored;
+}
+
 }  // namespace
 
 std::unique_ptr<ResponseStore> ResponseStore::open(const std::string& path, std::string& error) {
@@ -57,7 +84,11 @@ std::unique_ptr<ResponseStore> ResponseStore::open(const std::string& path, std:
   // Another collector on the same file may hold the write lock for a moment.
   sqlite3_busy_timeout(db, 5000);
   char* message = nullptr;
-  if (sqlite3_exec(db, kSchema, nullptr, nullptr, &message) != SQLITE_OK) {
+  const bool usable =
+      sqlite3_exec(db, kSchema, nullptr, nullptr, &message) == SQLITE_OK &&
+      (hasKeyColumn(db) || sqlite3_exec(db, kKeyColumn, nullptr, nullptr, &message) == SQLITE_OK) &&
+      sqlite3_exec(db, kKeyIndex, nullptr, nullptr, &message) == SQLITE_OK;
+  if (!usable) {
     error = "cannot use database " + name + ": " + (message ? message : sqlite3_errmsg(db));
     sqlite3_free(message);
     sqlite3_close(db);
@@ -70,18 +101,20 @@ ResponseStore::~ResponseStore() {
   sqlite3_close(db_);
 }
 
-std::optional<std::int64_t> ResponseStore::insert(const std::string& appId,
-                                                  const std::string& receivedAt,
-                                                  const std::string& url, int status,
-                                                  const std::string& bodyText, std::string& error) {
+std::optional<std::int64_t> ResponseStore::insert(
+    const std::string& appId, const std::string& receivedAt, const std::string& url, int status,
+    const std::string& bodyText, const std::string& idempotencyKey, std::string& error) {
   std::lock_guard lock(mutex_);
   Statement statement(db_,
-                      "INSERT INTO survey_responses (app_id, received_at, url, status, body)"
-                      " VALUES (?1, ?2, ?3, ?4, ?5)");
+                      "INSERT INTO survey_responses"
+                      " (app_id, received_at, url, status, body, idempotency_key)"
+                      " VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
   const bool bound = statement.get() && statement.bindText(1, appId) &&
                      statement.bindText(2, receivedAt) && statement.bindText(3, url) &&
                      sqlite3_bind_int(statement.get(), 4, status) == SQLITE_OK &&
-                     statement.bindText(5, bodyText);
+                     statement.bindText(5, bodyText) &&
+                     (idempotencyKey.empty() ? sqlite3_bind_null(statement.get(), 6) == SQLITE_OK
+                                             : statement.bindText(6, idempotencyKey));
   if (!bound || sqlite3_step(statement.get()) != SQLITE_DONE) {
     error = sqlite3_errmsg(db_);
     return std::nullopt;
@@ -89,24 +122,27 @@ std::optional<std::int64_t> ResponseStore::insert(const std::string& appId,
   return sqlite3_last_insert_rowid(db_);
 }
 
+std::optional<StoredResponse> ResponseStore::findByKey(const std::string& idempotencyKey) const {
+  std::lock_guard lock(mutex_);
+  const std::string sql =
+      std::string("SELECT ") + kColumns + " FROM survey_responses WHERE idempotency_key = ?1";
+  Statement statement(db_, sql.c_str());
+  if (!statement.get() || !statement.bindText(1, idempotencyKey) ||
+      sqlite3_step(statement.get()) != SQLITE_ROW) {
+    return std::nullopt;
+  }
+  return recordAt(statement);
+}
+
 std::vector<StoredResponse> ResponseStore::list(const std::optional<std::string>& appId) const {
   std::lock_guard lock(mutex_);
-  Statement statement(db_, appId ? "SELECT id, app_id, received_at, url, status, body"
-                                   " FROM survey_responses WHERE app_id = ?1 ORDER BY id"
-                                 : "SELECT id, app_id, received_at, url, status, body"
-                                   " FROM survey_responses ORDER BY id");
+  const std::string sql = std::string("SELECT ") + kColumns + " FROM survey_responses" +
+                          (appId ? " WHERE app_id = ?1" : "") + " ORDER BY id";
+  Statement statement(db_, sql.c_str());
   std::vector<StoredResponse> result;
   if (!statement.get() || (appId && !statement.bindText(1, *appId))) return result;
-  while (sqlite3_step(statement.get()) == SQLITE_ROW) {
-    StoredResponse stored;
-    stored.id = sqlite3_column_int64(statement.get(), 0);
-    stored.appId = statement.column(1);
-    stored.receivedAt = statement.column(2);
-    stored.url = statement.column(3);
-    stored.status = sqlite3_column_int(statement.get(), 4);
-    stored.body = parseJsonDocument(statement.column(5)).value_or(nullptr);
-    result.push_back(std::move(stored));
-  }
+  while (sqlite3_step(statement.get()) == SQLITE_ROW)
+    result.push_back(recordAt(statement));
   return result;
 }
 

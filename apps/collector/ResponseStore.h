@@ -3,7 +3,8 @@
 // The collector's SQLite table of received bodies.
 //
 // One connection, guarded by a mutex, serves every server thread. Bodies are kept as the text
-// that arrived and parsed again when read, so what is listed is what the client sent.
+// that arrived and parsed again when read, so what is listed is what the client sent. An
+// idempotency key, when a post carries one, is unique: no two records share it.
 
 #include <sqlite3.h>
 
@@ -29,11 +30,14 @@ class ResponseStore {
   ResponseStore(const ResponseStore&) = delete;
   ResponseStore& operator=(const ResponseStore&) = delete;
 
-  // Stores one body; returns its id, or none with `error` filled when SQLite refuses (a full
-  // disk, a read-only file).
+  // Stores one body, under `idempotencyKey` unless it is empty; returns its id, or none with
+  // `error` filled when SQLite refuses (a full disk, a read-only file, a key already stored).
   std::optional<std::int64_t> insert(const std::string& appId, const std::string& receivedAt,
                                      const std::string& url, int status,
-                                     const std::string& bodyText, std::string& error);
+                                     const std::string& bodyText, const std::string& idempotencyKey,
+                                     std::string& error);
+  // The record stored under `idempotencyKey`, if any.
+  std::optional<StoredResponse> findByKey(const std::string& idempotencyKey) const;
 
   // The stored records in storage order: those of `appId` when given, otherwise all. A body
   // whose stored text no longer parses (the file was edited by hand) reads as null.

@@ -20,6 +20,8 @@ struct StoredResponse {
   std::string url;
   // The status answered to the post.
   int status = 0;
+  // The post's Idempotency-Key header; empty when it had none.
+  std::string idempotencyKey;
   // The body, parsed; keys keep the order in which they were sent.
   Json body;
 };

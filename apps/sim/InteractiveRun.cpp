@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "host/JsonDocument.h"
+#include "model/SurveyEntry.h"
 #include "toolkit/UIWindow.h"
 #include "toolkit/qt/MainQueuePump.h"
 #include "toolkit/qt/ScreenWindow.h"
@@ -36,11 +37,8 @@ std::vector<ScriptLine> firstSurveyTrigger(const std::string& configPath) {
   std::ifstream file(configPath, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   const Json document = parseJsonDocument(text).value_or(nullptr);
-  const Json configs = valueForKey(document, "configs");
-  if (!configs.is_array()) return {};
-  for (const auto& entry : configs) {
-    const Json id = valueForKey(entry, "_id");
-    if (id.is_string()) return {ScriptLine{0, "trigger", {"trigger", id.get<std::string>()}}};
+  for (const auto& entry : surveyEntries(document)) {
+    if (const auto id = surveyEntryId(entry)) return {ScriptLine{0, "trigger", {"trigger", *id}}};
   }
   return {};
 }

@@ -7,6 +7,7 @@
 #include "collector/CollectorServer.h"
 #include "host/JsonDocument.h"
 #include "host/Log.h"
+#include "host/VLQDiagnosticsListener.h"
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ReferenceHost.h"
@@ -14,6 +15,7 @@
 #include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
 #include "toolkit/DispatchQueue.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "toolkit/NSBundle.h"
 #include "toolkit/RandomSource.h"
 #include "toolkit/UIKeyInput.h"
@@ -42,6 +44,7 @@ constexpr std::int64_t kLargestRow = 1'000'000'000;
 // Backspaces beyond this many are refused: each is a key press, and a larger count would only
 // keep the simulator busy.
 constexpr double kMostBackspaces = 1'000'000;
+constexpr std::int64_t kMaxInjectedFailures = 1'000'000;
 
 std::filesystem::path makeWorkDirectory() {
   std::random_device device;
@@ -66,6 +69,20 @@ std::vector<std::string> characters(const std::string& text) {
   }
   return result;
 }
+
+// Prints each decision of the plug-in's trigger trace as {"kind": "trace", "step": ..., ...}.
+class TraceLines : public VLQDiagnosticsListener {
+ public:
+  explicit TraceLines(Output& output) : output_(output) {}
+  void triggerTraced(const TriggerTrace& trace) override {
+    Json line{{"kind", "trace"}};
+    line.update(describeTriggerTrace(trace));
+    output_.line(line);
+  }
+
+ private:
+  Output& output_;
+};
 
 }  // namespace
 
@@ -122,6 +139,10 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   // The host's sync copies the document byte for byte into the Library directory.
   hostOptions.syncSource = std::filesystem::absolute(options_.configPath).string();
   hostOptions.settingsFile = options_.hostPath;
+  // The retry delays are drawn from a source of their own, so that retries never change the
+  // shuffle of the choices.
+  hostOptions.retrySeed = options_.seed;
+  hostOptions.log = [this](const std::string& message) { output_.message(message); };
   std::filesystem::create_directories(hostOptions.libraryDirectory);
   host_ = reference::ReferenceHost::create(hostOptions);
   if (!host_) {
@@ -133,9 +154,13 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   });
   host_->install();
 
-  // The application's images and the plug-in's own bundle.
-  NSBundle::setMainBundlePath(options_.resourcesDirectory + "/app");
-  NSBundle::registerBundle(std::string(kSurveyBundle), options_.resourcesDirectory + "/plugin");
+  // The application's images and the plug-in's own bundle, from the source tree while it is
+  // there; an installed simulator without it uses the bundles installed beside it.
+  std::error_code noResources;
+  if (std::filesystem::is_directory(options_.resourcesDirectory, noResources)) {
+    NSBundle::setMainBundlePath(options_.resourcesDirectory + "/app");
+    NSBundle::registerBundle(std::string(kSurveyBundle), options_.resourcesDirectory + "/plugin");
+  }
 
   window_ = std::make_shared<UIWindow>(CGRectMake(0, 0, kPhoneWidth, kPhoneHeight));
   window_->setWindowSafeAreaInsets({47, 0, 34, 0});
@@ -143,6 +168,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   window_->makeKeyAndVisible();
 
   plugin_ = plugin::VLQSurveyPlugin::create();
+  if (options_.trace) plugin_->setDiagnosticsListener(std::make_shared<TraceLines>(output_));
   plugin_->initialize(Json());
   settle();
   return true;
@@ -230,15 +256,44 @@ void Simulator::perform(const ScriptLine& line) {
   } else if (action == "type" || action == "focus" || action == "keys" || action == "backspace" ||
              action == "paste" || action == "return") {
     keyAction(action, words);
+  } else if (action == "tab" || action == "shift-tab" || action == "press" || action == "escape") {
+    if (words.size() != 1) return wrongArguments();
+    keyboardNavigationAction(action);
   } else if (action == "screenshot") {
     if (words.size() != 2) return wrongArguments();
     screenshot(words[1]);
   } else if (action == "dump") {
-    output_.line(dumpState(*window_, plugin_));
+    Json state = dumpState(*window_, plugin_, options_.a11y);
+    state["outbox"] = host_->outboxSize();
+    state["stored"] = collector_->responses().size();
+    output_.line(state);
+  } else if (action == "collector") {
+    collectorAction(line);
   } else {
     output_.note("line " + std::to_string(line.number) + ": unknown action \"" + action + "\"");
   }
   settle();
+}
+
+void Simulator::collectorAction(const ScriptLine& line) {
+  const auto& words = line.words;
+  const std::string what = words.size() >= 2 ? words[1] : std::string();
+  if (words.size() == 2 && what == "down") return collector_->suspend();
+  if (words.size() == 2 && what == "up") {
+    if (!collector_->resume()) {
+      output_.note("collector up: cannot listen on port " + std::to_string(collector_->port()) +
+                   " again");
+    }
+    return;
+  }
+  const auto count = words.size() == 3 && what == "fail"
+                         ? parseScriptWholeNumber(words[2], 0, kMaxInjectedFailures)
+                         : std::nullopt;
+  if (!count) {
+    return output_.note("line " + std::to_string(line.number) +
+                        ": wrong arguments for \"collector\"");
+  }
+  collector_->failNextPosts(static_cast<int>(*count));
 }
 
 void Simulator::tapView(const std::shared_ptr<UIView>& view, const std::string& what) {
@@ -334,6 +389,28 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
       field->deleteBackward();
   } else if (action == "return") {
     field->insertText("\n");
+  }
+}
+
+void Simulator::keyboardNavigationAction(const std::string& action) {
+  if (action == "tab" || action == "shift-tab") {
+    const auto heading = action == "tab" ? UIFocusHeading::Next : UIFocusHeading::Previous;
+    if (!moveKeyboardFocus(*window_, heading)) {
+      output_.note(action + ": nothing on screen takes the keyboard focus");
+    }
+  } else if (action == "press") {
+    switch (pressKeyboardFocus(*window_)) {
+      case UIAccessibilityPress::Pressed:
+        break;
+      case UIAccessibilityPress::NothingFocused:
+        return output_.note("press: nothing has the keyboard focus");
+      case UIAccessibilityPress::NotEnabled:
+        return output_.note("press: the focused element is not enabled");
+      case UIAccessibilityPress::NoAction:
+        return output_.note("press: the focused element has no action");
+    }
+  } else if (!performKeyboardEscape(*window_)) {
+    output_.note("escape: nothing on screen goes back or closes");
   }
 }
 

@@ -50,6 +50,10 @@ struct SimulatorOptions {
   std::optional<std::uint32_t> seed;
   std::string screenshotDirectory;  // empty: no screenshots
   double scale = 3;
+  // Prints the plug-in's trigger trace as "trace" lines.
+  bool trace = false;
+  // Adds the screen's accessibility elements to every state line.
+  bool a11y = false;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };
@@ -77,7 +81,11 @@ class Simulator {
   void tapView(const std::shared_ptr<toolkit::UIView>& view, const std::string& what);
   void tapRow(std::int64_t row, const std::string& what);
   void tapAction(const std::vector<std::string>& words);
+  // "collector down", "collector up", "collector fail N".
+  void collectorAction(const ScriptLine& line);
   void keyAction(const std::string& action, const std::vector<std::string>& words);
+  // tab, shift-tab, press and escape: the keyboard's way through the screen.
+  void keyboardNavigationAction(const std::string& action);
   void focusOtherField();
   void screenshot(const std::string& name);
   void advance(double seconds);

@@ -2,6 +2,8 @@
 
 #include "host/VLQSurveyConstants.h"
 #include "plugin/VLQSurveyPlugin.h"
+#include "toolkit/KeyboardNavigation.h"
+#include "toolkit/UIAccessibility.h"
 #include "toolkit/UILabel.h"
 #include "toolkit/UIWindow.h"
 #include "ui/JsonText.h"
@@ -83,7 +85,7 @@ Json surveyState(ui::VLQSurveyViewController& page) {
       {"index", page.tapCount()},
       {"left", page.questionsCount()},
       {"question", question ? optionalText(ui::displayText(question->questionTitle())) : Json()},
-      {"mode", question ? question->answerMode() : Json()},
+      {"mode", question && !isMissing(question->answerMode()) ? question->answerMode() : Json()},
       {"multiple", table.allowsMultipleSelection()},
       {"progress", page.vlqSurveyProgressView()->progress()},
       {"cancel_image", cancelImage},
@@ -93,6 +95,18 @@ Json surveyState(ui::VLQSurveyViewController& page) {
         {"enabled", submit->isUserInteractionEnabled()},
         {"opacity", submit->layer().opacity()}}},
       {"rows", rows}};
+}
+
+Json accessibilityState(UIWindow& window) {
+  const auto focused = keyboardFocus(window);
+  Json elements = Json::array();
+  for (const auto& element : accessibilityElements(window)) {
+    elements.push_back({{"label", optionalText(element->accessibilityLabel())},
+                        {"value", optionalText(element->accessibilityValue())},
+                        {"traits", accessibilityTraitWords(element->accessibilityTraits())},
+                        {"focused", element == focused}});
+  }
+  return elements;
 }
 
 }  // namespace
@@ -114,21 +128,24 @@ std::shared_ptr<ui::VLQSurveyDialogView> findTopDialog(UIWindow& window) {
   return nullptr;
 }
 
-Json dumpState(UIWindow& window, const std::shared_ptr<plugin::VLQSurveyPlugin>& plugin) {
+Json dumpState(UIWindow& window, const std::shared_ptr<plugin::VLQSurveyPlugin>& plugin,
+               bool accessibility) {
   const auto page = findSurveyPage(window);
   const auto dialog = findTopDialog(window);
   Json success;
   if (page && page->successView() && page->successView()->window().get() == &window) {
     success = optionalText(firstLabelText(*page->successView()));
   }
-  return Json{{"kind", "state"},
-              {"screen", page     ? "survey"
-                         : dialog ? "dialog"
-                                  : "app"},
-              {"busy", plugin && plugin->isSurveyInAction()},
-              {"dialog", dialog ? dialogState(*dialog) : Json()},
-              {"survey", page ? surveyState(*page) : Json()},
-              {"success", success}};
+  Json state{{"kind", "state"},
+             {"screen", page     ? "survey"
+                        : dialog ? "dialog"
+                                 : "app"},
+             {"busy", plugin && plugin->isSurveyInAction()},
+             {"dialog", dialog ? dialogState(*dialog) : Json()},
+             {"survey", page ? surveyState(*page) : Json()},
+             {"success", success}};
+  if (accessibility) state["a11y"] = accessibilityState(window);
+  return state;
 }
 
 }  // namespace vlq::sim

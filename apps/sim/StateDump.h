@@ -26,7 +26,10 @@ std::shared_ptr<ui::VLQSurveyViewController> findSurveyPage(toolkit::UIWindow& w
 // The front-most invitation card on the window, else null.
 std::shared_ptr<ui::VLQSurveyDialogView> findTopDialog(toolkit::UIWindow& window);
 
-// {"kind":"state","screen":...,"busy":...,"dialog":...,"survey":...,"success":...}
-Json dumpState(toolkit::UIWindow& window, const std::shared_ptr<plugin::VLQSurveyPlugin>& plugin);
+// {"kind":"state","screen":...,"busy":...,"dialog":...,"survey":...,"success":...}, and with
+// `accessibility` also "a11y": the screen's accessibility elements in reading order, each
+// {"label", "value", "traits", "focused"}.
+Json dumpState(toolkit::UIWindow& window, const std::shared_ptr<plugin::VLQSurveyPlugin>& plugin,
+               bool accessibility = false);
 
 }  // namespace vlq::sim

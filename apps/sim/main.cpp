@@ -3,7 +3,9 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
+//                  [--trace] [--a11y]
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -25,19 +27,19 @@ using namespace vlq;
 
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
-    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n";
+    "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
+    "                      [--trace] [--a11y]\n";
 
+// A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
+// blanks, no fraction.
 template <class Number>
 bool parseWhole(const std::string& text, Number& value) {
-  try {
-    std::size_t used = 0;
-    const long long parsed = std::stoll(text, &used);
-    if (used != text.size() || parsed < 0) return false;
-    value = static_cast<Number>(parsed);
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
+  if (text.empty() || text.front() < '0' || text.front() > '9') return false;
+  Number parsed{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
+  if (error != std::errc() || end != text.data() + text.size()) return false;
+  value = parsed;
+  return true;
 }
 
 struct CommandLine {
@@ -51,6 +53,14 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
     const std::string option = argv[index];
     if (option == "--window") {
       command.window = true;
+      continue;
+    }
+    if (option == "--trace") {
+      command.options.trace = true;
+      continue;
+    }
+    if (option == "--a11y") {
+      command.options.a11y = true;
       continue;
     }
     if (option == "--help" || option == "-h") {
@@ -76,7 +86,7 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
       }
     } else if (option == "--log-level") {
       if (!parseWhole(value, options.logLevel)) {
-        error = "--log-level wants a whole number, not " + value;
+        error = "--log-level wants a whole number from 0 to 18446744073709551615, not " + value;
         return false;
       }
     } else if (option == "--seed") {

@@ -2,7 +2,7 @@
 
 // The host's value objects that the plug-in reads: the session, the application information, the
 // user, and the answer to an HTTP post. Each is immutable; a default-constructed one is what a
-// missing host gives, with every value empty.
+// missing host gives, with every value empty (dictionaries missing, as nil is).
 
 #include <cstdint>
 #include <functional>
@@ -22,12 +22,12 @@ class VLQSession {
       : identifier_(std::move(identifier)), additionalInfo_(std::move(additionalInfo)) {}
 
   const std::optional<std::string>& identifier() const { return identifier_; }
-  // Session attributes, sent with a submission as they are. Null when there are none.
+  // Session attributes, sent with a submission as they are. Missing when there are none.
   const Json& additionalInfo() const { return additionalInfo_; }
 
  private:
   std::optional<std::string> identifier_;
-  Json additionalInfo_;
+  Json additionalInfo_ = missingValue();
 };
 
 class VLQApplicationInfo {
@@ -39,7 +39,7 @@ class VLQApplicationInfo {
   const Json& additionalInfo() const { return additionalInfo_; }
 
  private:
-  Json additionalInfo_;
+  Json additionalInfo_ = missingValue();
 };
 
 class VLQUser {
@@ -47,11 +47,11 @@ class VLQUser {
   VLQUser() = default;
   explicit VLQUser(Json additionalInfo) : additionalInfo_(std::move(additionalInfo)) {}
 
-  // User attributes, sent with a submission as they are. Null when there are none.
+  // User attributes, sent with a submission as they are. Missing when there are none.
   const Json& additionalInfo() const { return additionalInfo_; }
 
  private:
-  Json additionalInfo_;
+  Json additionalInfo_ = missingValue();
 };
 
 class VLQHTTPResponse {

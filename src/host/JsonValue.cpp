@@ -93,11 +93,19 @@ std::int32_t floatingIntValue(double value) {
 
 }  // namespace
 
+const Json& missingValue() {
+  static const Json missing(Json::value_t::discarded);
+  return missing;
+}
+
+bool isMissing(const Json& value) {
+  return value.is_discarded();
+}
+
 const Json& valueForKey(const Json& object, std::string_view key) {
-  static const Json null;
-  if (!object.is_object()) return null;
+  if (!object.is_object()) return missingValue();
   const auto found = object.find(key);
-  return found == object.end() ? null : *found;
+  return found == object.end() ? missingValue() : *found;
 }
 
 bool boolValue(const Json& value) {
@@ -151,7 +159,7 @@ std::int32_t intValue(const Json& value) {
 
 void setValueForKey(Json& object, std::string_view key, Json value) {
   if (!object.is_object()) object = Json::object();
-  if (value.is_null()) {
+  if (isMissing(value)) {
     object.erase(std::string(key));
   } else {
     object[std::string(key)] = std::move(value);
@@ -164,13 +172,21 @@ bool isEqualToString(const Json& value, std::string_view text) {
 
 std::string describe(const Json& value) {
   switch (value.type()) {
-    case Json::value_t::null:
     case Json::value_t::discarded:
       return "(null)";
+    case Json::value_t::null:
+      return "<null>";
     case Json::value_t::string:
       return value.get<std::string>();
     case Json::value_t::boolean:
       return value.get<bool>() ? "1" : "0";
+    case Json::value_t::number_float: {
+      // The shortest form that reads back the same, without the ".0" of a whole number.
+      std::string text = value.dump();
+      if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0)
+        text.resize(text.size() - 2);
+      return text;
+    }
     default:
       // Strings inside arrays and objects may hold any bytes; replace what is not UTF-8.
       return value.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -2,10 +2,12 @@
 
 // The value rules that the plug-in relies on when it reads decoded JSON.
 //
-// Configuration documents come from outside and may hold anything, so nothing here throws: a
-// missing key, or a key read from something that is not an object, reads as null; the scalar
-// conversions read numbers, booleans and strings of digits as the platform's number and string
-// conversions do, and read null, arrays and objects as false or 0.
+// Configuration documents come from outside and may hold anything, so nothing here throws. Two
+// kinds of "nothing" are kept apart, as the platform keeps nil and its null object apart: a key
+// that is absent (or read from something that is not an object) reads as missing, while a key
+// present with JSON null holds null, a value like any other that is neither missing nor a string.
+// The scalar conversions read numbers, booleans and strings of digits as the platform's number and
+// string conversions do, and read missing, null, arrays and objects as false or 0.
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -17,7 +19,13 @@ namespace vlq {
 // Objects keep the order of their keys, so bodies and event infos serialise in the order built.
 using Json = nlohmann::ordered_json;
 
-// The value under `key`, or null when `object` is not an object or has no such key.
+// The value that stands for "missing" (nil): what valueForKey gives for an absent key, and what a
+// record's field holds until something is stored in it. It is never written out: setValueForKey
+// removes the key instead. (It is nlohmann's "discarded" kind, which no parsed document holds.)
+const Json& missingValue();
+bool isMissing(const Json& value);
+
+// The value under `key`; missing when `object` is not an object or has no such key.
 const Json& valueForKey(const Json& object, std::string_view key);
 
 // True for a JSON boolean true, a non-zero number, or a string that starts (after blanks, an
@@ -33,16 +41,17 @@ double doubleValue(const Json& value);
 // for a boolean; 0 for anything else.
 std::int32_t intValue(const Json& value);
 
-// Sets `key` of `object` to `value`, or removes `key` when `value` is null, as key-value setting
-// does. An `object` that is not an object becomes one.
+// Sets `key` of `object` to `value`, or removes `key` when `value` is missing, as key-value setting
+// does (a null is stored as null). An `object` that is not an object becomes one.
 void setValueForKey(Json& object, std::string_view key, Json value);
 
 // Exact, case-sensitive equality; false for anything that is not a string.
 bool isEqualToString(const Json& value, std::string_view text);
 
-// The text that the platform's "%@" format gives for a value: a string as it stands, "(null)" for
-// null, "1"/"0" for booleans, the shortest round-trip form for numbers, compact JSON for arrays and
-// objects.
+// The text that the platform's "%@" format gives for a value: a string as it stands, "(null)" when
+// missing, "<null>" for null, "1"/"0" for booleans, the shortest round-trip form for numbers (a
+// whole number without a fraction, even when stored as a floating value), compact JSON for arrays
+// and objects.
 std::string describe(const Json& value);
 
 }  // namespace vlq

@@ -21,13 +21,7 @@ LogSink& installedSink() {
   return sink;
 }
 
-void writeLine(std::string_view level, std::string_view message, std::string_view function,
-               int line) {
-  std::string text;
-  text.reserve(level.size() + message.size() + function.size() + 16);
-  text.append(level).append(" ").append(message).append(" ").append(function);
-  text.append(":").append(std::to_string(line)).append("\n");
-
+void writeText(const std::string& text) {
   std::lock_guard lock(sinkMutex());
   if (installedSink()) {
     try {
@@ -38,6 +32,15 @@ void writeLine(std::string_view level, std::string_view message, std::string_vie
   } else {
     std::fwrite(text.data(), 1, text.size(), stderr);
   }
+}
+
+void writeLine(std::string_view level, std::string_view message, std::string_view function,
+               int line) {
+  std::string text;
+  text.reserve(level.size() + message.size() + function.size() + 16);
+  text.append(level).append(" ").append(message).append(" ").append(function);
+  text.append(":").append(std::to_string(line)).append("\n");
+  writeText(text);
 }
 
 }  // namespace
@@ -54,6 +57,12 @@ void logInfo(std::string_view message, std::string_view function, int line) {
 void logDebug(std::string_view message, std::string_view function, int line) {
   if (LOG_LEVEL.load(std::memory_order_relaxed) > 1) return;
   writeLine("<VLQ DEBUG>", message, function, line);
+}
+
+void logLine(std::string_view text) {
+  std::string line(text);
+  line.push_back('\n');
+  writeText(line);
 }
 
 }  // namespace vlq

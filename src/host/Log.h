@@ -28,4 +28,8 @@ LogSink setLogSink(LogSink sink);
 void logInfo(std::string_view message, std::string_view function, int line);
 void logDebug(std::string_view message, std::string_view function, int line);
 
+// Writes `text` and a newline through the same sink, whatever LOG_LEVEL holds: for the host's own
+// lines, which have forms of their own.
+void logLine(std::string_view text);
+
 }  // namespace vlq

@@ -18,7 +18,7 @@ class DialogConfig {
   static std::shared_ptr<DialogConfig> initWith(const Json& ui);
 
   // "button_type", "yes_text", "no_text", "title" and "description" as the document gives them;
-  // null when missing.
+  // missing when absent.
   const Json& buttonType() const { return buttonType_; }
   void setButtonType(Json buttonType) { buttonType_ = std::move(buttonType); }
   const Json& yesText() const { return yesText_; }
@@ -43,11 +43,11 @@ class DialogConfig {
   void setIsRoundButton(std::optional<bool> isRoundButton) { isRoundButton_ = isRoundButton; }
 
  private:
-  Json buttonType_;
-  Json yesText_;
-  Json noText_;
-  Json title_;
-  Json surveyDescription_;
+  Json buttonType_ = missingValue();
+  Json yesText_ = missingValue();
+  Json noText_ = missingValue();
+  Json title_ = missingValue();
+  Json surveyDescription_ = missingValue();
   std::optional<std::vector<std::shared_ptr<VLQQuestionModel>>> questionsArray_;
   std::optional<bool> isRoundButton_;
 };

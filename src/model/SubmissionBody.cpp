@@ -70,7 +70,7 @@ Json buildSubmissionBody(const Json& surveyId, const VLQSurveyResponseModels& re
                          bool& surveyIsCompleted, double launchTime, double nowSeconds,
                          VLQController& host) {
   auto optionalString = [](const std::optional<std::string>& text) -> Json {
-    return text ? Json(*text) : Json();
+    return text ? Json(*text) : missingValue();
   };
 
   Json body = Json::object();

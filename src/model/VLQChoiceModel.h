@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "host/JsonValue.h"
 
@@ -10,9 +11,15 @@ namespace vlq {
 // page's display order and a response record's answers all hold the same object.
 class VLQChoiceModel {
  public:
-  // The choice described by one element of "choices", or null when it has no "id" or no non-empty
-  // "value".
+  // Why an element of "choices" gives no choice.
+  enum class DropReason { NoValue, EmptyValue, NoId };
+
+  // The choice described by one element of "choices", or null when it is dropped (see whyDropped).
+  // A key present with JSON null is there: such a choice is kept.
   static std::shared_ptr<VLQChoiceModel> initWithChioceDictionary(const Json& choice);
+  // Why initWithChioceDictionary drops `choice`: no "value", an empty "value", or no "id"; none
+  // when it keeps the choice. The factory decides by this same rule.
+  static std::optional<DropReason> whyDropped(const Json& choice);
 
   // The free-text "other" option.
   bool isOther() const { return isOther_; }
@@ -20,18 +27,18 @@ class VLQChoiceModel {
   // Whether the choice is currently selected.
   bool isAnswered() const { return isAnswered_; }
   void setIsAnswered(bool isAnswered) { isAnswered_ = isAnswered; }
-  // The choice's "id", as the document gives it.
+  // The choice's "id", as the document gives it (a JSON null included).
   const Json& surveyId() const { return surveyId_; }
   void setSurveyId(Json surveyId) { surveyId_ = std::move(surveyId); }
-  // The choice's text ("value"), as the document gives it.
+  // The choice's text ("value"), as the document gives it (a JSON null included).
   const Json& surveyValue() const { return surveyValue_; }
   void setSurveyValue(Json surveyValue) { surveyValue_ = std::move(surveyValue); }
 
  private:
   bool isOther_ = false;
   bool isAnswered_ = false;
-  Json surveyId_;
-  Json surveyValue_;
+  Json surveyId_ = missingValue();
+  Json surveyValue_ = missingValue();
 };
 
 }  // namespace vlq

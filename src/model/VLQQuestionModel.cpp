@@ -1,19 +1,40 @@
 #include "model/VLQQuestionModel.h"
 
+#include <algorithm>
+
 #include "host/Log.h"
 #include "host/VLQSurveyConstants.h"
 
 namespace vlq {
 
+std::optional<VLQQuestionModel::DropReason> VLQQuestionModel::whyDropped(const Json& question) {
+  const Json& title = valueForKey(question, "title");
+  if (isMissing(title)) return DropReason::NoTitle;
+  if (isEqualToString(title, "")) return DropReason::EmptyTitle;
+  if (isEqualToString(valueForKey(question, "answer_mode"), kRating)) return std::nullopt;
+  const Json& choices = valueForKey(question, "choices");
+  const bool anyKept =
+      choices.is_array() && std::any_of(choices.begin(), choices.end(), [](const Json& choice) {
+        return !VLQChoiceModel::whyDropped(choice);
+      });
+  if (!anyKept) return DropReason::NoChoices;
+  return std::nullopt;
+}
+
 std::shared_ptr<VLQQuestionModel> VLQQuestionModel::initWithQuestionDictinary(
     const Json& question) {
-  const Json& title = valueForKey(question, "title");
-  if (title.is_null() || isEqualToString(title, "")) return nullptr;
+  if (const auto reason = whyDropped(question)) {
+    if (*reason == DropReason::NoChoices) {
+      logDebug("Discarding question with empty options",
+               "-[VLQQuestionModel initWithQuestionDictinary:]", 36);
+    }
+    return nullptr;
+  }
 
   auto model = std::make_shared<VLQQuestionModel>();
   model->setQuestionId(valueForKey(question, "id"));
   model->setAnswerMode(valueForKey(question, "answer_mode"));
-  model->setQuestionTitle(title);
+  model->setQuestionTitle(valueForKey(question, "title"));
   if (boolValue(valueForKey(question, "is_required"))) model->setIs_required(true);
   if (boolValue(valueForKey(question, "randomize_choices"))) model->setRandomizeChoices(true);
 
@@ -24,12 +45,6 @@ std::shared_ptr<VLQQuestionModel> VLQQuestionModel::initWithQuestionDictinary(
         model->choicesArray().push_back(std::move(choiceModel));
       }
     }
-  }
-
-  if (!isEqualToString(model->answerMode(), kRating) && model->choicesArray().empty()) {
-    logDebug("Discarding question with empty options",
-             "-[VLQQuestionModel initWithQuestionDictinary:]", 36);
-    return nullptr;
   }
   return model;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "host/JsonValue.h"
@@ -11,10 +12,18 @@ namespace vlq {
 // One question of a survey, with its answer options in document order.
 class VLQQuestionModel {
  public:
-  // The question described by one element of "questions", or null when it is dropped: it has no
-  // title or an empty one, or it is a choice question left without choices (which writes a debug
-  // line). A "rating" question keeps whatever choices it has, usually none.
+  // Why an element of "questions" gives no question.
+  enum class DropReason { NoTitle, EmptyTitle, NoChoices };
+
+  // The question described by one element of "questions", or null when it is dropped (see
+  // whyDropped); a question dropped for want of choices writes a debug line. A "title" of JSON
+  // null is a title: the question is kept and shows no text. A "rating" question keeps whatever
+  // choices it has, usually none.
   static std::shared_ptr<VLQQuestionModel> initWithQuestionDictinary(const Json& question);
+  // Why initWithQuestionDictinary drops `question`: no "title", an empty one, or a mode other than
+  // "rating" with no choice that VLQChoiceModel keeps; none when it keeps the question. The factory
+  // decides by this same rule.
+  static std::optional<DropReason> whyDropped(const Json& question);
 
   // Set by the survey page while the "other" option is the selected row.
   bool isOtherSelected() const { return isOtherSelected_; }
@@ -27,7 +36,7 @@ class VLQQuestionModel {
   // The choices are shown in random order.
   bool randomizeChoices() const { return randomizeChoices_; }
   void setRandomizeChoices(bool randomizeChoices) { randomizeChoices_ = randomizeChoices; }
-  // "id", "answer_mode" and "title" as the document gives them; null when missing.
+  // "id", "answer_mode" and "title" as the document gives them; missing when absent.
   const Json& questionId() const { return questionId_; }
   void setQuestionId(Json questionId) { questionId_ = std::move(questionId); }
   const Json& answerMode() const { return answerMode_; }
@@ -45,9 +54,9 @@ class VLQQuestionModel {
   bool is_Answered_ = false;
   bool is_required_ = false;
   bool randomizeChoices_ = false;
-  Json questionId_;
-  Json answerMode_;
-  Json questionTitle_;
+  Json questionId_ = missingValue();
+  Json answerMode_ = missingValue();
+  Json questionTitle_ = missingValue();
   std::vector<std::shared_ptr<VLQChoiceModel>> choicesArray_;
 };
 

@@ -1,13 +1,16 @@
 #include "plugin/VLQSurveyPlugin.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "host/Log.h"
 #include "host/VLQContextEvaluator.h"
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
+#include "model/SurveyEntry.h"
 #include "model/VLQQuestionsModel.h"
 #include "toolkit/Clock.h"
 #include "toolkit/DispatchQueue.h"
@@ -31,9 +34,15 @@ void contained(Step&& step) noexcept {
   }
 }
 
-std::optional<std::string> stringOrNothing(const Json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  return std::nullopt;
+// The string ids of the document's entries, in order, each once.
+std::vector<std::string> documentIds(const Json* document) {
+  std::vector<std::string> ids;
+  if (!document) return ids;
+  for (const Json& entry : surveyEntries(*document)) {
+    const auto id = surveyEntryId(entry);
+    if (id && std::find(ids.begin(), ids.end(), *id) == ids.end()) ids.push_back(*id);
+  }
+  return ids;
 }
 
 }  // namespace
@@ -79,16 +88,53 @@ void VLQSurveyPlugin::syncDidComplete() {
   VLQContextEvaluator::sharedInstance()->parseConfiguration(*document);
 }
 
+void VLQSurveyPlugin::setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener) {
+  std::lock_guard lock(diagnosticsMutex_);
+  tracing_.store(listener != nullptr);
+  diagnostics_ = std::move(listener);
+}
+
+template <class Describe>
+void VLQSurveyPlugin::trace(Describe&& describe) noexcept {
+  if (!tracing_.load()) return;
+  contained([&] {
+    std::shared_ptr<VLQDiagnosticsListener> listener;
+    {
+      std::lock_guard lock(diagnosticsMutex_);
+      listener = diagnostics_;
+    }
+    if (listener) listener->triggerTraced(describe());
+  });
+}
+
+std::optional<std::string> VLQSurveyPlugin::triggerId() const {
+  std::lock_guard lock(mutex_);
+  if (!surveyEvent_) return std::nullopt;
+  const Json& id = valueForKey(surveyEvent_->additionalInfo(), "id");
+  if (id.is_string()) return id.get<std::string>();
+  return std::nullopt;
+}
+
 void VLQSurveyPlugin::onEvent(std::shared_ptr<const VLQEvent> event) {
   contained([&] {
-    if (!event || event->eventType() != kSurveyTriggerEventType) return;
+    if (!event || event->eventType() != kSurveyTriggerEventType) {
+      trace([&] {
+        TriggerTrace ignored{TriggerStep::Ignored};
+        if (event) ignored.eventType = event->eventType();
+        return ignored;
+      });
+      return;
+    }
     // Kept before the busy test: a trigger during a survey still replaces the stored event.
     {
       std::lock_guard lock(mutex_);
       surveyEvent_ = event;
     }
     // Testing and setting in one step lets exactly one of several simultaneous triggers through.
-    if (isSurveyInAction_.exchange(true)) return;
+    if (isSurveyInAction_.exchange(true)) {
+      trace([&] { return TriggerTrace{TriggerStep::Busy, triggerId()}; });
+      return;
+    }
     mainQueue().async([plugin = self()] {
       contained([&] {
         if (const auto keyWindow = VLQUtilities::keyWindow())
@@ -109,61 +155,84 @@ void VLQSurveyPlugin::addLaunchViewToWindow() {
       window_ = keyWindow;
     });
     // Without a window, or without a match below, the plug-in deliberately stays busy.
-    if (!keyWindow) return;
+    if (!keyWindow) {
+      trace([&] { return TriggerTrace{TriggerStep::NoWindow, triggerId()}; });
+      return;
+    }
 
     std::shared_ptr<const Json> document;
     {
       std::lock_guard lock(mutex_);
       document = surveyConfig_;
     }
-    if (!document) return;
-    const Json& configs = valueForKey(*document, "configs");
-    if (!configs.is_array()) return;
-    for (const Json& entry : configs) {
+    const Json& entries = surveyEntries(document ? *document : missingValue());
+    bool scheduled = false;
+    std::size_t entryIndex = 0;
+    for (const Json& entry : entries) {
+      const std::size_t index = entryIndex++;
       Json eventId;
       {
         std::lock_guard lock(mutex_);
         if (surveyEvent_) eventId = valueForKey(surveyEvent_->additionalInfo(), "id");
       }
-      const Json& entryId = valueForKey(entry, "_id");
       // Ids are strings; anything else never matches.
-      if (!eventId.is_string() || !isEqualToString(entryId, eventId.get<std::string>())) continue;
-      const Json& ui = valueForKey(entry, "ui");
-      if (!ui.is_object()) continue;
+      const auto entryId = surveyEntryId(entry);
+      if (!eventId.is_string() || entryId != eventId.get_ref<const std::string&>()) continue;
+      const Json& ui = surveyEntryUi(entry);
+      if (isMissing(ui)) {
+        trace([&] { return TriggerTrace{TriggerStep::NoUi, entryId, index}; });
+        continue;
+      }
       double delay = 0;
       {
         std::lock_guard lock(mutex_);
-        surveyId_ = entryId.get<std::string>();
+        surveyId_ = entryId;
         dialogDictionary_ = ui;
-        successMessage_ = boolValue(valueForKey(ui, "show_success_message"))
-                              ? stringOrNothing(valueForKey(ui, "success_message"))
-                              : std::nullopt;
-        delayInterval_ = doubleValue(valueForKey(ui, "delay")) / 1000.0;
+        successMessage_ = surveySuccessMessage(ui);
+        delayInterval_ = surveyDelaySeconds(ui);
         delay = delayInterval_;
       }
+      // Told before the host has the block, which may run at once on another thread.
+      trace([&] {
+        TriggerTrace step{TriggerStep::Scheduled, entryId, index};
+        step.delaySeconds = delay;
+        return step;
+      });
+      scheduled = true;
       // Every matching entry schedules its own invitation; the fields keep the last match. The
       // block holds the document, which never changes, rather than a copy of the entry.
       VLQController::sharedController()->executeAfterDelay(
-          delay, [plugin = self(), document, entry = &entry] {
-            contained([&] { plugin->delayDidExpire(*entry); });
+          delay, [plugin = self(), document, entry = &entry, index] {
+            contained([&] { plugin->delayDidExpire(*entry, index); });
           });
+    }
+    if (!scheduled) {
+      trace([&] {
+        TriggerTrace noMatch{TriggerStep::NoMatch, triggerId()};
+        noMatch.documentIds = documentIds(document.get());
+        return noMatch;
+      });
     }
   });
 }
 
-void VLQSurveyPlugin::delayDidExpire(const Json& entry) {
-  Json dialog;
+void VLQSurveyPlugin::delayDidExpire(const Json& entry, std::size_t entryIndex) {
+  // Decided by the last matched entry's dialog configuration, not by this entry's.
+  bool invitation = false;
   {
     std::lock_guard lock(mutex_);
-    dialog = valueForKey(dialogDictionary_, "dialog_config");
+    invitation = surveyOpensWithInvitation(dialogDictionary_);
   }
-  auto config = DialogConfig::initWith(valueForKey(entry, "ui"));
+  auto config = DialogConfig::initWith(surveyEntryUi(entry));
   {
     std::lock_guard lock(mutex_);
     dialogConfig_ = std::move(config);
   }
-  // No dialog configuration (missing, null, or not an object): the survey opens at once.
-  if (!dialog.is_object()) {
+  trace([&] {
+    return TriggerTrace{invitation ? TriggerStep::Invitation : TriggerStep::Direct,
+                        surveyEntryId(entry), entryIndex};
+  });
+  if (!invitation) {
     mainQueue().async([plugin = self()] { plugin->willShowSurvey(); });
   } else {
     mainQueue().async([plugin = self()] { contained([&] { plugin->showInvitation(); }); });
@@ -186,7 +255,7 @@ void VLQSurveyPlugin::showInvitation() {
   auto card = std::make_shared<ui::VLQSurveyDialogView>();
   surveyDialogView_ = card;
   const auto round = config->isRoundButton();
-  card->setIsRoundButton(round ? Json(*round) : Json());
+  card->setIsRoundButton(round ? Json(*round) : missingValue());
   card->setSurveyId(id);
   card->layoutSubviews();
   card->setTranslatesAutoresizingMaskIntoConstraints(false);
@@ -278,6 +347,11 @@ void VLQSurveyPlugin::dismissSurvey() {
   if (surveyDialogView_) surveyDialogView_->removeFromSuperview();
   if (bgView_) bgView_->removeFromSuperview();
   window->setRootViewController(currentViewCntrl_);
+  // Told while still busy, so that it comes before anything a later trigger leads to.
+  trace([&] {
+    std::lock_guard lock(mutex_);
+    return TriggerTrace{TriggerStep::Dismissed, surveyId_};
+  });
   isSurveyInAction_.store(false);
   std::lock_guard lock(mutex_);
   dialogConfig_ = nullptr;

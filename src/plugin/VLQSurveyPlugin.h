@@ -14,9 +14,13 @@
 //
 // No exception leaves an entry point: a step that fails ends quietly, as the plug-in's other
 // failed steps do.
+//
+// A host may install a diagnostics listener (VLQDiagnosticsListener.h) that hears every decision a
+// trigger leads to; with none installed nothing is reported and nothing else changes.
 
 #include <any>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -25,6 +29,7 @@
 
 #include "host/JsonValue.h"
 #include "host/SurveyProtocol.h"
+#include "host/VLQDiagnosticsListener.h"
 #include "host/VLQEvent.h"
 #include "host/VLQEventListener.h"
 #include "host/VelqoPlugin.h"
@@ -70,6 +75,10 @@ class VLQSurveyPlugin : public toolkit::NSObject,
   // Any thread: queues the hand-back of the application's screen on the main queue.
   void willDismissSurvey() override;
 
+  // Installs the listener that hears the trigger's decisions (null removes it). Any thread; a
+  // decision under way when it changes may still reach the listener it replaces.
+  void setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener);
+
   // The state, for the host's tools and for tests. Guarded values come back as copies.
   bool isSurveyInAction() const { return isSurveyInAction_.load(); }
   Json surveyConfig() const;
@@ -103,14 +112,21 @@ class VLQSurveyPlugin : public toolkit::NSObject,
   // What the sync completion does: register for the trigger, read the configuration file.
   void syncDidComplete();
   // After an entry's delay, on a host thread: the invitation, or the survey at once when the
-  // entry has no dialog configuration.
-  void delayDidExpire(const Json& entry);
+  // entry has no dialog configuration. `entryIndex` is the entry's place in "configs".
+  void delayDidExpire(const Json& entry, std::size_t entryIndex);
   // Main queue: the card over a blur, constrained to the lower half of the window.
   void showInvitation();
   // Main queue: the body of willDismissSurvey.
   void dismissSurvey();
 
   std::shared_ptr<VLQSurveyPlugin> self() { return strongSelf<VLQSurveyPlugin>(); }
+
+  // Tells the diagnostics listener, if one is installed, the trace that `describe` makes; it is
+  // made only then. Whatever the listener does, the plug-in carries on.
+  template <class Describe>
+  void trace(Describe&& describe) noexcept;
+  // The "id" of the last trigger when it is a string.
+  std::optional<std::string> triggerId() const;
 
   // Main queue only.
   std::shared_ptr<ui::VLQSurveyDialogView> surveyDialogView_;
@@ -132,6 +148,11 @@ class VLQSurveyPlugin : public toolkit::NSObject,
   std::shared_ptr<const VLQEvent> surveyEvent_;
   std::optional<std::string> surveyId_;
   std::optional<std::string> successMessage_;
+
+  // The diagnostics listener; the flag spares the lock when there is none.
+  std::atomic<bool> tracing_{false};
+  mutable std::mutex diagnosticsMutex_;
+  std::shared_ptr<VLQDiagnosticsListener> diagnostics_;
 };
 
 }  // namespace vlq::plugin

@@ -3,12 +3,13 @@
 #include <algorithm>
 
 #include "host/VLQSurveyConstants.h"
+#include "session/ChoiceOrder.h"
 #include "session/VLQSurveySession.h"
 
 namespace vlq::session {
 
 void VLQSurveySession::recordQuestionId(const std::shared_ptr<VLQQuestionModel>& question) {
-  if (responseModel_ && question) responseModel_->setQuestionId(intValue(question->questionId()));
+  if (responseModel_ && question) responseModel_->setQuestionId(questionIdNumber(*question));
 }
 
 void VLQSurveySession::didSelectRowAtIndexPath(toolkit::UITableView& tableView,

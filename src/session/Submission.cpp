@@ -40,7 +40,7 @@ void VLQSurveySession::submitButtonTapped(toolkit::UIButton*) {
       }
     }
     info_["answers"] = std::move(answers);
-    logEvent("vlq_survey_+" + describe(question ? question->questionTitle() : Json()));
+    logEvent("vlq_survey_+" + describe(question ? question->questionTitle() : missingValue()));
     nextButtonTapped(nullptr);
     return;
   }
@@ -70,8 +70,9 @@ void VLQSurveySession::submit() {
   }
 
   const std::string url =
-      std::string(kSurveyUrlPath) +
-      describe(host->applicationIdentifier() ? Json(*host->applicationIdentifier()) : Json());
+      std::string(kSurveyUrlPath) + describe(host->applicationIdentifier()
+                                                 ? Json(*host->applicationIdentifier())
+                                                 : missingValue());
   // The handler may run on any thread: it works on a copy of `info`, which does not change after
   // the submission, and keeps the page alive until it has run.
   auto self = strongSelf<VLQSurveySession>();

@@ -5,6 +5,7 @@
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
 #include "session/ButtonTitles.h"
+#include "session/ChoiceOrder.h"
 #include "toolkit/KeyboardNotifications.h"
 #include "toolkit/RandomSource.h"
 
@@ -116,7 +117,7 @@ void VLQSurveySession::finishMove() {
 void VLQSurveySession::nextButtonTapped(toolkit::UIButton* sender) {
   if (sender && titleLabelText(sender) == kSkipTitle) {
     const auto question = currentQuestion();
-    info_["where"] = describe(question ? question->questionTitle() : Json()) + "+" +
+    info_["where"] = describe(question ? question->questionTitle() : missingValue()) + "+" +
                      std::to_string(questionsCount_);
     logEvent("vlq_survey_skip_button_clicked");
   }
@@ -181,23 +182,8 @@ void VLQSurveySession::toggleSubmitButton() {
 void VLQSurveySession::randomizeChoices(const std::shared_ptr<VLQQuestionModel>& question) {
   choicesArray_.clear();
   if (!question) return;
-  if (!question->randomizeChoices()) {
-    choicesArray_ = question->choicesArray();
-    return;
-  }
-  std::shared_ptr<VLQChoiceModel> other;
-  for (const auto& choice : question->choicesArray()) {
-    if (choice && isEqualToString(choice->surveyValue(), "Other")) {
-      other = choice;  // a later "Other" replaces an earlier one
-    } else {
-      choicesArray_.push_back(choice);
-    }
-  }
-  for (std::size_t i = choicesArray_.size(); i-- > 1;) {
-    const auto j = toolkit::arc4random_uniform(static_cast<std::uint32_t>(i + 1));
-    std::swap(choicesArray_[j], choicesArray_[i]);
-  }
-  if (other) choicesArray_.push_back(other);
+  choicesArray_ = choicesInDisplayOrder(
+      *question, [](std::uint32_t upperBound) { return toolkit::arc4random_uniform(upperBound); });
 }
 
 }  // namespace vlq::session

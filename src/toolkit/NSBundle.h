@@ -1,7 +1,11 @@
 #pragma once
 
-// Resource bundles: folders of files found by identifier. The application's main bundle and the
-// plug-in's own bundle are registered by the program that hosts them.
+// Resource bundles: folders of files found by identifier. A program registers the bundles it
+// keeps elsewhere; a bundle it did not register is found among the installed bundles, the folders
+// named by identifier inside a bundles directory ("main" holds the application's images):
+//  1. the directory of the installed package that the program was built against (written into
+//     the installed toolkit/InstalledBundles.h when the package is installed);
+//  2. the bundles installed beside the program itself, when it runs from an installed prefix.
 
 #include <map>
 #include <memory>
@@ -21,12 +25,18 @@ class NSBundle : public NSObject {
   NSBundle(std::string identifier, std::string bundlePath)
       : identifier_(std::move(identifier)), bundlePath_(std::move(bundlePath)) {}
 
-  // The application's bundle (the current folder until one is set).
+  // The application's bundle: the folder that the program set, else the installed "main" bundle,
+  // else the current folder.
   static std::shared_ptr<NSBundle> mainBundle();
+  // An empty path goes back to the default.
   static void setMainBundlePath(std::string path);
-  // The registered bundle of that identifier, or null.
+  // The registered bundle of that identifier, else the installed one, else null.
   static std::shared_ptr<NSBundle> bundleWithIdentifier(std::string_view identifier);
   static std::shared_ptr<NSBundle> registerBundle(std::string identifier, std::string path);
+
+  // Where installed bundles are looked for first (empty: nowhere). Returns true, so that it can
+  // initialise a variable.
+  static bool setInstalledBundlesDirectory(std::string path);
 
   const std::string& bundleIdentifier() const { return identifier_; }
   const std::string& bundlePath() const { return bundlePath_; }
@@ -45,3 +55,6 @@ class NSBundle : public NSObject {
 };
 
 }  // namespace vlq::toolkit
+
+// In an installed toolkit this names the bundles installed with it.
+#include "toolkit/InstalledBundles.h"

@@ -158,4 +158,10 @@ std::shared_ptr<UIView> UIButton::hitTest(CGPoint point) {
   return hit;
 }
 
+std::optional<std::string> UIButton::defaultAccessibilityLabel() const {
+  auto title = currentTitle();
+  if (title && title->empty()) return std::nullopt;
+  return title;
+}
+
 }  // namespace vlq::toolkit

@@ -65,6 +65,12 @@ class UIButton : public UIControl {
 
  protected:
   void controlStateDidChange() override;
+  // An element labelled by its current title, with the button trait.
+  bool defaultIsAccessibilityElement() const override { return true; }
+  std::optional<std::string> defaultAccessibilityLabel() const override;
+  UIAccessibilityTraits defaultAccessibilityTraits() const override {
+    return UIAccessibilityTraits::Button;
+  }
 
  private:
   template <class Value>

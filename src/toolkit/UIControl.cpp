@@ -194,4 +194,26 @@ void UIControl::touchesCancelled(const UITouches& touches) {
   sendActionsForControlEvents(UIControlEvents::TouchCancel);
 }
 
+UIAccessibilityTraits UIControl::accessibilityStateTraits() const {
+  auto traits = UIAccessibilityTraits::None;
+  if (isSelected()) traits = traits | UIAccessibilityTraits::Selected;
+  bool takesTouches = enabled_;
+  for (const UIView* view = this; view && takesTouches; view = view->superviewPointer()) {
+    takesTouches = view->isUserInteractionEnabled();
+  }
+  if (!takesTouches) traits = traits | UIAccessibilityTraits::NotEnabled;
+  return traits;
+}
+
+bool UIControl::accessibilityActivate() {
+  if (intersects(accessibilityTraits(), UIAccessibilityTraits::NotEnabled)) return false;
+  const auto keepAlive = strongSelf<UIControl>();
+  setHighlighted(true);
+  sendActionsForControlEvents(UIControlEvents::TouchDown);
+  setHighlighted(false);
+  // An action on touch down may have disabled the control, as it may during a tap.
+  if (enabled_) sendActionsForControlEvents(UIControlEvents::TouchUpInside);
+  return true;
+}
+
 }  // namespace vlq::toolkit

@@ -143,9 +143,16 @@ class UIControl : public UIView {
   void touchesEnded(const UITouches& touches) override;
   void touchesCancelled(const UITouches& touches) override;
 
+  // Pressed by assistive technology or the keyboard: the events of a tap (touch down, then touch
+  // up inside) with the highlight a tap shows, when the control would take a tap now.
+  bool accessibilityActivate() override;
+
  protected:
   // Called after the base state changed (for a control that shows its state).
   virtual void controlStateDidChange() {}
+  // Selected while selected; not enabled while disabled or while it (or a view around it) takes
+  // no touches.
+  UIAccessibilityTraits accessibilityStateTraits() const override;
 
  private:
   class Action {

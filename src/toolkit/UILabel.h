@@ -57,6 +57,14 @@ class UILabel : public UIView {
   static constexpr UIColor kDefaultColor = UIColor::blackColor();
   static constexpr double kDefaultFontSize = 17;
 
+ protected:
+  // Static text read as its text; a label without text is no element.
+  bool defaultIsAccessibilityElement() const override { return hasText(); }
+  std::optional<std::string> defaultAccessibilityLabel() const override { return text_; }
+  UIAccessibilityTraits defaultAccessibilityTraits() const override {
+    return UIAccessibilityTraits::StaticText;
+  }
+
  private:
   bool hasText() const { return text_ && !text_->empty(); }
   void contentSizeChanged();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "toolkit/DrawingContext.h"
 
@@ -23,6 +24,10 @@ void UIProgressView::drawContent(DrawingContext& context) const {
   if (progress_ <= 0) return;
   const CGRect filled{bounds.origin, {bounds.width() * progress_, bounds.height()}};
   context.fillRect(filled, effectiveProgressColor(), radius);
+}
+
+std::optional<std::string> UIProgressView::defaultAccessibilityValue() const {
+  return std::to_string(static_cast<int>(std::lround(progress_ * 100.0f))) + "%";
 }
 
 }  // namespace vlq::toolkit

@@ -42,6 +42,14 @@ class UIProgressView : public UIView {
   // The platform's fill grey: about 0.91 white over a white background.
   static constexpr UIColor kDefaultTrack = UIColor::rgb255(120, 120, 128, 0.2);
 
+ protected:
+  // An element whose value is the progress in whole percent ("40%"), updating frequently.
+  bool defaultIsAccessibilityElement() const override { return true; }
+  std::optional<std::string> defaultAccessibilityValue() const override;
+  UIAccessibilityTraits defaultAccessibilityTraits() const override {
+    return UIAccessibilityTraits::UpdatesFrequently;
+  }
+
  private:
   float progress_ = 0;
   std::optional<UIColor> progressTintColor_;

@@ -59,6 +59,10 @@ class UIResponder : public NSObject {
   virtual bool resignFirstResponder();
   bool isFirstResponder() const;
 
+  // Escape from assistive technology or the keyboard: a responder that can go back or close what
+  // it shows does so and returns true; otherwise the request travels up the responder chain.
+  virtual bool accessibilityPerformEscape() { return false; }
+
  protected:
   // The window whose focus this responder would take; null when it is in none.
   virtual std::shared_ptr<UIWindow> responderWindow() const { return nullptr; }

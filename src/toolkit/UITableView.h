@@ -133,6 +133,9 @@ class UITableView : public UIScrollView {
   static constexpr double kSeparatorThickness = 1.0 / 3.0;
 
  private:
+  // A cell pressed by assistive technology is a tap on its row.
+  friend class UITableViewCell;
+
   struct Section {
     double headerHeight = 0;
     std::vector<double> rowHeights;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "toolkit/UITableView.h"
+
 namespace vlq::toolkit {
 namespace {
 
@@ -75,6 +77,29 @@ void UITableViewCell::updateSelectionLook() {
   const bool shows =
       (selected_ || highlighted_) && selectionStyle_ != UITableViewCellSelectionStyle::None;
   selectedBackgroundView_->setHidden(!shows);
+}
+
+std::optional<std::string> UITableViewCell::defaultAccessibilityLabel() const {
+  std::optional<std::string> joined;
+  for (const auto& element : accessibilityElementsInside(*this)) {
+    const auto label = element->accessibilityLabel();
+    if (!label || label->empty()) continue;
+    joined = joined ? *joined + ", " + *label : *label;
+  }
+  return joined;
+}
+
+bool UITableViewCell::accessibilityActivate() {
+  const auto keepAlive = strongSelf<UITableViewCell>();
+  for (auto view = superview(); view; view = view->superview()) {
+    auto table = std::dynamic_pointer_cast<UITableView>(view);
+    if (!table) continue;
+    const auto indexPath = table->indexPathForCell(*this);
+    if (!indexPath || !table->allowsSelection()) return false;
+    table->userTappedRow(*indexPath);
+    return true;
+  }
+  return false;
 }
 
 }  // namespace vlq::toolkit

@@ -48,8 +48,20 @@ class UITableViewCell : public UIView {
   // Called when the table takes the cell from its reuse pool, before handing it out again.
   virtual void prepareForReuse() {}
 
+  // Pressed by assistive technology or the keyboard: the table selects (or deselects) the row
+  // as it does for a tap on it, delegate calls included.
+  bool accessibilityActivate() override;
+
   // The colour of the default selected background.
   static constexpr UIColor kSelectedBackgroundColor = UIColor::rgb255(209, 209, 214);
+
+ protected:
+  // An element labelled by the labels of the elements inside it, selected while selected.
+  bool defaultIsAccessibilityElement() const override { return true; }
+  std::optional<std::string> defaultAccessibilityLabel() const override;
+  UIAccessibilityTraits accessibilityStateTraits() const override {
+    return selected_ ? UIAccessibilityTraits::Selected : UIAccessibilityTraits::None;
+  }
 
  private:
   void updateSelectionLook();

@@ -269,4 +269,10 @@ void UITextView::drawContent(DrawingContext& context) const {
                    kCaretColor, 0);
 }
 
+bool UITextView::accessibilityPerformEscape() {
+  if (!isFirstResponder()) return false;
+  resignFirstResponder();
+  return true;
+}
+
 }  // namespace vlq::toolkit

@@ -106,8 +106,16 @@ class UITextView : public UIView, public UIKeyInput {
   // while editing, a caret.
   void drawContent(DrawingContext& context) const override;
 
+  // Pressed by assistive technology or the keyboard: begins editing, as a tap does.
+  bool accessibilityActivate() override { return becomeFirstResponder(); }
+  // Escape while editing ends the editing.
+  bool accessibilityPerformEscape() override;
+
  protected:
   void didMoveToWindow() override;
+  // An element whose value is its text.
+  bool defaultIsAccessibilityElement() const override { return true; }
+  std::optional<std::string> defaultAccessibilityValue() const override { return text_; }
 
  private:
   enum class EditingPhase { Idle, Beginning, Editing, Ending };

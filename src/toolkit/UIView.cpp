@@ -288,8 +288,9 @@ std::shared_ptr<UIView> UIView::hitTest(CGPoint point) {
   if (isHidden() || !userInteractionEnabled_ || alpha() < 0.01 || !pointInside(point)) {
     return nullptr;
   }
-  const auto ordered = subviewsInDrawingOrder();
-  for (auto it = ordered.rbegin(); it != ordered.rend(); ++it) {
+  // Front-most (last added) first. A layer's z-position only changes the drawing order: a view
+  // drawn above a later sibling still does not take the touches that reach that sibling.
+  for (auto it = subviews_.rbegin(); it != subviews_.rend(); ++it) {
     const auto& subview = *it;
     const CGPoint local{point.x - subview->frame_.origin.x + subview->boundsOrigin_.x,
                         point.y - subview->frame_.origin.y + subview->boundsOrigin_.y};

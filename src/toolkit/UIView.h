@@ -7,12 +7,14 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "toolkit/CALayer.h"
 #include "toolkit/Geometry.h"
 #include "toolkit/NSLayoutAnchor.h"
 #include "toolkit/NSLayoutConstraint.h"
+#include "toolkit/UIAccessibility.h"
 #include "toolkit/UIColor.h"
 #include "toolkit/UILayoutGuide.h"
 #include "toolkit/UIResponder.h"
@@ -160,7 +162,62 @@ class UIView : public UIResponder {
   // The view controller whose root view this is, if any.
   std::shared_ptr<UIViewController> viewController() const;
 
+  // Accessibility (UIAccessibility.h). Each property reads what was set on the view, else the
+  // default of the view's kind; setting null brings the default back.
+  bool isAccessibilityElement() const;
+  void setIsAccessibilityElement(bool isElement) { accessibility_.isElement = isElement; }
+  std::optional<std::string> accessibilityLabel() const;
+  void setAccessibilityLabel(std::optional<std::string> label) {
+    accessibility_.label = std::move(label);
+  }
+  std::optional<std::string> accessibilityValue() const;
+  void setAccessibilityValue(std::optional<std::string> value) {
+    accessibility_.value = std::move(value);
+  }
+  // What operating the element does, when its label does not say.
+  std::optional<std::string> accessibilityHint() const { return accessibility_.hint; }
+  void setAccessibilityHint(std::optional<std::string> hint) {
+    accessibility_.hint = std::move(hint);
+  }
+  // The traits set (else the kind's), plus those that the view's state gives: selected, not
+  // enabled.
+  UIAccessibilityTraits accessibilityTraits() const;
+  void setAccessibilityTraits(std::optional<UIAccessibilityTraits> traits) {
+    accessibility_.traits = traits;
+  }
+  // A modal view hides every element outside it while it shows.
+  bool accessibilityViewIsModal() const { return accessibility_.viewIsModal; }
+  void setAccessibilityViewIsModal(bool modal) { accessibility_.viewIsModal = modal; }
+  // Hides the view's own element and every element inside it.
+  bool accessibilityElementsHidden() const { return accessibility_.elementsHidden; }
+  void setAccessibilityElementsHidden(bool hidden) { accessibility_.elementsHidden = hidden; }
+  UIAccessibilityContainerType accessibilityContainerType() const {
+    return accessibility_.containerType;
+  }
+  void setAccessibilityContainerType(UIAccessibilityContainerType type) {
+    accessibility_.containerType = type;
+  }
+  // The bounds in the window's coordinates (the root's, outside a window).
+  CGRect accessibilityFrame() const;
+  // Performs the element's action the way a tap does; false when it has none.
+  virtual bool accessibilityActivate() { return false; }
+  // One step up or down, for an adjustable element.
+  virtual void accessibilityIncrement() {}
+  virtual void accessibilityDecrement() {}
+
  protected:
+  // What a view of this kind is to assistive technology until the application says otherwise.
+  virtual bool defaultIsAccessibilityElement() const { return false; }
+  virtual std::optional<std::string> defaultAccessibilityLabel() const { return std::nullopt; }
+  virtual std::optional<std::string> defaultAccessibilityValue() const { return std::nullopt; }
+  virtual UIAccessibilityTraits defaultAccessibilityTraits() const {
+    return UIAccessibilityTraits::None;
+  }
+  // The traits the view's current state gives, added to the others whatever was set.
+  virtual UIAccessibilityTraits accessibilityStateTraits() const {
+    return UIAccessibilityTraits::None;
+  }
+
   // Called after the view joined or left a superview or a window.
   virtual void didMoveToSuperview() {}
   virtual void didMoveToWindow() {}
@@ -205,6 +262,19 @@ class UIView : public UIResponder {
   UILayoutPriority compressionVertical_ = UILayoutPriorityDefaultHigh;
   WeakRef<UIViewController> viewController_;
   WeakRef<UIWindow> lastWindow_;
+
+  // What the application set; unset values fall back to the kind's defaults.
+  struct AccessibilitySettings {
+    std::optional<bool> isElement;
+    std::optional<std::string> label;
+    std::optional<std::string> value;
+    std::optional<std::string> hint;
+    std::optional<UIAccessibilityTraits> traits;
+    bool viewIsModal = false;
+    bool elementsHidden = false;
+    UIAccessibilityContainerType containerType = UIAccessibilityContainerType::None;
+  };
+  AccessibilitySettings accessibility_;
 };
 
 }  // namespace vlq::toolkit

@@ -86,6 +86,7 @@ void UIWindow::resignFirstResponderWithin(const UIView* subtree) {
 
 std::shared_ptr<UIView> UIWindow::touchBegan(CGPoint point) {
   touchCancelled();
+  keyboardFocus_ = nullptr;
   auto view = hitTest(point);
   if (!view) return nullptr;
   activeTouch_ = std::make_shared<UITouch>(strongSelf<UIWindow>(), view, point);

@@ -53,6 +53,13 @@ class UIWindow : public UIView {
 
   std::shared_ptr<UIResponder> nextResponder() const override { return nullptr; }
 
+  // The accessibility element that the keyboard's focus ring is on (KeyboardNavigation.h), or
+  // null. A touch takes the focus ring away.
+  std::shared_ptr<UIView> keyboardFocusedElement() const { return keyboardFocus_.lock(); }
+  void setKeyboardFocusedElement(const std::shared_ptr<UIView>& element) {
+    keyboardFocus_ = element;
+  }
+
  private:
   friend class UIResponder;
 
@@ -62,6 +69,7 @@ class UIWindow : public UIView {
   UIEdgeInsets safeInsets_;
   WeakRef<UIResponder> firstResponder_;
   std::shared_ptr<UITouch> activeTouch_;
+  WeakRef<UIView> keyboardFocus_;
 };
 
 }  // namespace vlq::toolkit

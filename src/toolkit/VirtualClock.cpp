@@ -1,6 +1,7 @@
 #include "toolkit/VirtualClock.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vlq::toolkit {
@@ -9,12 +10,16 @@ VirtualClock::VirtualClock(double epoch, std::shared_ptr<WorkTracker> tracker)
     : epoch_(epoch), tracker_(tracker ? std::move(tracker) : WorkTracker::create()) {}
 
 void VirtualClock::sleepUntil(double deadline) {
-  if (!(deadline > now())) return;
+  if (std::isnan(deadline)) return;
   const auto self = std::this_thread::get_id();
-  if (self == driver_.load()) return;
+  const auto driver = driver_.load();
+  // Without a driver nothing would wake a sleeper whose deadline has passed.
+  if (self == driver || (driver == std::thread::id{} && deadline <= now())) return;
 
+  // A deadline already reached still waits for the driver's next due point, so that what the
+  // thread does next happens after the work in flight has settled, as it would at a later time.
   std::unique_lock lock(mutex_);
-  if (shutDown_ || deadline <= now()) return;
+  if (shutDown_) return;
   Sleeper sleeper{deadline, self};
   const auto entry = sleepers_.insert(sleepers_.end(), &sleeper);
   // Reported under the clock's lock, so that advanceTo cannot wake this thread before the tracker

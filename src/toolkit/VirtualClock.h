@@ -30,9 +30,11 @@ class VirtualClock : public Clock {
 
   double now() const override { return now_.load(); }
   double timeIntervalSince1970() const override { return epoch_ + now(); }
-  // Blocks until virtual time reaches `deadline`. Returns at once when it already has, when the
-  // deadline is not a number, when called on the driver thread (nothing else could move the time
-  // while it waits), and once the clock has shut down. An infinite deadline waits for the shutdown.
+  // Blocks until the driver wakes the thread at a due point at or after `deadline`; a deadline
+  // already reached waits for the next one, after the work in flight has settled. Returns at once
+  // when the deadline is not a number, when called on the driver thread (nothing else could move
+  // the time while it waits), when no driver is bound and the deadline has passed, and once the
+  // clock has shut down. An infinite deadline waits for the shutdown.
   void sleepUntil(double deadline) override;
 
   const std::shared_ptr<WorkTracker>& tracker() const { return tracker_; }

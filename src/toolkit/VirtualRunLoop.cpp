@@ -72,7 +72,10 @@ bool VirtualRunLoop::runUntilIdle() {
   if (!beginPumping()) return false;
   PumpingScope scope(pumping_);
   Pass pass;
-  settle(pass);
+  // Threads asleep on a deadline already reached are due now: each wakes after the rest settled.
+  do {
+    settle(pass);
+  } while (!pass.gaveUp && clock_->wakeNextDueSleeper());
   return !pass.gaveUp;
 }
 
@@ -108,6 +111,7 @@ bool VirtualRunLoop::runUntil(const std::function<bool()>& predicate, double rea
   for (;;) {
     runReady();
     if (predicate()) return true;
+    if (clock_->wakeNextDueSleeper()) continue;
     const bool arrived =
         tracker_->waitUntil(deadline, [&](std::size_t) { return queue_.hasWorkAt(now()); });
     if (!arrived) {

@@ -62,7 +62,9 @@ class VirtualRunLoop : public RunLoop {
   std::optional<double> nextTimerDue() const { return queue_.nextDue(); }
 
   // Runs every ready block, including blocks that they post and blocks that other threads post
-  // meanwhile, until nothing is ready and no tracked work is in flight. Time does not move.
+  // meanwhile, and wakes the threads asleep on a deadline already reached (one at a time, each
+  // after the rest settled), until nothing is ready and no tracked work is in flight. Time does not
+  // move.
   // Returns false if it stopped waiting for tracked work that did not finish in time.
   bool runUntilIdle();
   // Lets `seconds` of virtual time pass (none when negative, NaN or infinite): at each due point

@@ -2,6 +2,7 @@
 
 #include "host/VLQSurveyConstants.h"
 #include "toolkit/NSLayoutConstraint.h"
+#include "toolkit/UIAccessibility.h"
 #include "toolkit/UIFont.h"
 #include "toolkit/UILabel.h"
 
@@ -37,6 +38,11 @@ std::shared_ptr<UIView> buildSuccessCard(const std::optional<std::string>& messa
       label->topAnchor().constraintEqualToAnchor(card->topAnchor(), 10),
       label->bottomAnchor().constraintEqualToAnchor(card->bottomAnchor(), -10),
   });
+  // Read out as one piece of text the moment it shows.
+  card->setIsAccessibilityElement(true);
+  card->setAccessibilityLabel(message);
+  card->setAccessibilityTraits(UIAccessibilityTraits::StaticText);
+  if (window) UIAccessibilityPostNotification(UIAccessibilityNotification::LayoutChanged, card);
   return card;
 }
 

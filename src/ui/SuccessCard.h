@@ -2,7 +2,8 @@
 
 // The card that thanks the user after a submission: a fixed 250 x 60 light grey box, centred in
 // the window, with the message in one bold line inset 10 points on every side. The survey page
-// builds it through this function and keeps it so that it can remove it later.
+// builds it through this function and keeps it so that it can remove it later. Screen readers
+// read the message out as the card appears.
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,7 @@
 #include "ui/VLQOtherOptionCell.h"
 
 #include "toolkit/NSLayoutConstraint.h"
+#include "toolkit/UITableView.h"
 #include "ui/JsonText.h"
 #include "ui/didSelectOtherOption.h"
 
@@ -41,6 +42,8 @@ VLQOtherOptionCell::VLQOtherOptionCell(UITableViewCellStyle style, std::string r
       otherTextView_->bottomAnchor().constraintEqualToAnchor(card->bottomAnchor(), -20.0),
   });
   setSelectionStyle(UITableViewCellSelectionStyle::None);
+  setAccessibilityLabel("Other answer");
+  setAccessibilityTraits(UIAccessibilityTraits::Button);
 }
 
 std::shared_ptr<VLQOtherOptionCell> VLQOtherOptionCell::initWithStyle(UITableViewCellStyle style,
@@ -85,6 +88,26 @@ std::optional<bool> VLQOtherOptionCell::textViewShouldEndEditing(UITextView& tex
     const auto keepAlive = delegate_;
     receiver->didTapOtherCell(textView.text());
   }
+  return true;
+}
+
+std::optional<std::string> VLQOtherOptionCell::defaultAccessibilityValue() const {
+  if (!otherTextView_) return std::nullopt;
+  return otherTextView_->text();
+}
+
+bool VLQOtherOptionCell::accessibilityActivate() {
+  const auto keepAlive = strongSelf<VLQOtherOptionCell>();
+  std::shared_ptr<UITableView> table;
+  for (auto view = superview(); view && !table; view = view->superview()) {
+    table = std::dynamic_pointer_cast<UITableView>(view);
+  }
+  const auto indexPath = table ? table->indexPathForCell(*this) : std::nullopt;
+  if (!indexPath || !UITableViewCell::accessibilityActivate()) return false;
+  // Choosing the answer may have rebuilt the row: the field to edit is the one shown now.
+  const auto shown =
+      std::dynamic_pointer_cast<VLQOtherOptionCell>(table->cellForRowAtIndexPath(*indexPath));
+  if (shown && shown->otherTextView_) shown->otherTextView_->accessibilityActivate();
   return true;
 }
 

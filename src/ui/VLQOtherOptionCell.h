@@ -4,6 +4,10 @@
 // field holds an instruction text until editing begins, which empties it; Return finishes
 // editing, and so does deleting the last character. Every end of editing reports the field's
 // text to the row's delegate, which the row holds strongly.
+//
+// Assistive technology reads the row as one button, "Other answer", whose value is the field's
+// text. Pressing it does what a finger does to answer: a tap on the row's margin, which chooses
+// the Other answer, then a tap on the field, which begins editing.
 
 #include <memory>
 #include <string>
@@ -43,8 +47,13 @@ class VLQOtherOptionCell : public toolkit::UITableViewCell, public toolkit::UITe
   void textViewDidChange(toolkit::UITextView& textView) override;
   std::optional<bool> textViewShouldEndEditing(toolkit::UITextView& textView) override;
 
+  bool accessibilityActivate() override;
+
   static constexpr std::string_view kInstructionText = "Please type your reason.";
   static constexpr toolkit::UIColor kCardColor = toolkit::UIColor::rgb255(244, 244, 242);
+
+ protected:
+  std::optional<std::string> defaultAccessibilityValue() const override;
 
  private:
   std::shared_ptr<toolkit::NSObject> delegate_;

@@ -20,6 +20,7 @@ std::shared_ptr<VLQRatingButton> VLQRatingButton::initWithType(std::uint64_t rat
 void VLQRatingButton::setSelected(bool selected) {
   const auto look = ratingLevelLook(ratingType_);
   if (!look) return;
+  showsSelected_ = selected;
   if (selected) {
     setBackgroundColor(look->selectedBackground);
     setImage(UIImage::imageNamed(look->selectedImage), UIControlState::Normal);
@@ -27,6 +28,11 @@ void VLQRatingButton::setSelected(bool selected) {
     setBackgroundColor(UIColor::whiteColor());
     setImage(UIImage::imageNamed(look->unselectedImage), UIControlState::Normal);
   }
+}
+
+toolkit::UIAccessibilityTraits VLQRatingButton::accessibilityStateTraits() const {
+  const auto traits = UIButton::accessibilityStateTraits();
+  return showsSelected_ ? traits | toolkit::UIAccessibilityTraits::Selected : traits;
 }
 
 }  // namespace vlq::ui

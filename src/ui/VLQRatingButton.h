@@ -24,8 +24,13 @@ class VLQRatingButton : public toolkit::UIButton {
   // image. A level outside 0 to 4 changes nothing.
   void setSelected(bool selected) override;
 
+ protected:
+  // Selected for assistive technology while it shows the selected look.
+  toolkit::UIAccessibilityTraits accessibilityStateTraits() const override;
+
  private:
   std::uint64_t ratingType_ = 0;
+  bool showsSelected_ = false;
 };
 
 }  // namespace vlq::ui

@@ -1,5 +1,7 @@
 #include "ui/VLQRatingButtons.h"
 
+#include <string>
+
 #include "toolkit/UIImage.h"
 #include "ui/RatingLevels.h"
 
@@ -12,6 +14,8 @@ std::shared_ptr<VLQRatingButtons> VLQRatingButtons::init() {
     button->setTranslatesAutoresizingMaskIntoConstraints(false);
     button->setImage(toolkit::UIImage::imageNamed(kRatingLevelLooks[level].unselectedImage),
                      toolkit::UIControlState::Normal);
+    button->setAccessibilityLabel("Rating " + std::to_string(level + 1) + " of " +
+                                  std::to_string(kRatingLevelLooks.size()));
     set->buttons_.push_back(std::move(button));
   }
   return set;

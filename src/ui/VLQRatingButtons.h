@@ -1,7 +1,7 @@
 #pragma once
 
-// The five buttons of a rating row, in level order: the button at index i has level i and shows
-// that level's unselected image.
+// The five buttons of a rating row, in level order: the button at index i has level i, shows
+// that level's unselected image and is read as "Rating i+1 of 5".
 
 #include <memory>
 #include <vector>

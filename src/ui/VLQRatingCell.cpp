@@ -62,6 +62,9 @@ VLQRatingCell::VLQRatingCell(UITableViewCellStyle style, std::string reuseIdenti
     constraints.push_back(button->widthAnchor().constraintEqualToConstant(kButtonSize));
   }
   NSLayoutConstraint::activateConstraints(constraints);
+  // The five buttons are read and pressed one by one; the arrow keys move between them.
+  setIsAccessibilityElement(false);
+  setAccessibilityContainerType(UIAccessibilityContainerType::SemanticGroup);
 }
 
 std::shared_ptr<VLQRatingCell> VLQRatingCell::initWithStyle(UITableViewCellStyle style,

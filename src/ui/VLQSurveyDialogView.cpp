@@ -89,6 +89,7 @@ VLQSurveyDialogView::VLQSurveyDialogView(CGRect frame) : UIView(frame) {
   createStackView();
   addImageToBackgroundViewWithConstraints();
   addLabelsToBackgroundViewWithConstraints();
+  setAccessibilityViewIsModal(true);
 }
 
 std::shared_ptr<VLQSurveyDialogView> VLQSurveyDialogView::initWithFrame(CGRect frame) {
@@ -239,6 +240,10 @@ void VLQSurveyDialogView::noButtonTapped(UIButton*) {
   } catch (...) {
     // As for accept.
   }
+}
+
+bool VLQSurveyDialogView::accessibilityPerformEscape() {
+  return surveyNoButton_ && surveyNoButton_->accessibilityActivate();
 }
 
 void VLQSurveyDialogView::logTap(const char* eventName) const {

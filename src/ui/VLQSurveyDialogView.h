@@ -4,7 +4,8 @@
 // the title and sub-title in the middle, the accept and decline buttons at the bottom). The
 // buttons are placed on every layout pass, round or rectangular as `isRoundButton` says, because
 // the plug-in sets that value only after the card exists. Accepting or declining tells the plug-in
-// first and then logs the tap with the survey's id.
+// first and then logs the tap with the survey's id. To assistive technology the card is modal: it
+// hides the screen behind it, and Escape declines.
 
 #include <memory>
 #include <optional>
@@ -33,6 +34,8 @@ class VLQSurveyDialogView : public toolkit::UIView {
   // "vlq_surevy_dialog_no_clicked" with the survey's id. Without a survey id nothing is logged.
   void yesButtonTapped(toolkit::UIButton* sender);
   void noButtonTapped(toolkit::UIButton* sender);
+  // Escape presses the decline button.
+  bool accessibilityPerformEscape() override;
 
   // The construction steps and the button layouts. Each layout adds its constraints again on every
   // call; the duplicates are equal and agree with the earlier ones.
@@ -139,7 +142,7 @@ class VLQSurveyDialogView : public toolkit::UIView {
   std::shared_ptr<toolkit::UIView> imageBackgroundView_;
   std::shared_ptr<toolkit::UIView> labelsBackgroundView_;
   std::shared_ptr<toolkit::UIView> buttonsBackgroundView_;
-  Json isRoundButton_;
+  Json isRoundButton_ = missingValue();
   std::optional<std::string> surveyId_;
 };
 

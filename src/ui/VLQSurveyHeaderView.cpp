@@ -17,6 +17,8 @@ VLQSurveyHeaderView::VLQSurveyHeaderView(CGRect frame) : UIView(frame) {
   questionsLabel_->setTextColor(UIColor::blackColor());
   questionsLabel_->setFont(UIFont::fontWithName(kHelveticaBold, 16));
   questionsLabel_->setTranslatesAutoresizingMaskIntoConstraints(false);
+  // The question's title heads the page's answers.
+  questionsLabel_->setAccessibilityTraits(UIAccessibilityTraits::Header);
   addSubview(questionsLabel_);
   NSLayoutConstraint::activateConstraints({
       questionsLabel_->leadingAnchor().constraintEqualToAnchor(leadingAnchor(), 5),

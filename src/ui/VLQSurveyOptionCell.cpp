@@ -60,6 +60,8 @@ VLQSurveyOptionCell::VLQSurveyOptionCell(UITableViewCellStyle style, std::string
       bgView_->bottomAnchor().constraintEqualToAnchor(bottomAnchor(), -10.0),
   });
   bgView_->layer().setCornerRadius(5.0);
+  // Read as its choice's text; a press selects it as a tap does.
+  setAccessibilityTraits(UIAccessibilityTraits::Button);
 }
 
 std::shared_ptr<VLQSurveyOptionCell> VLQSurveyOptionCell::initWithStyle(

@@ -133,6 +133,7 @@ void VLQSurveyViewController::viewDidLoad() {
   });
   vlqSurveyProgressView_->setTintColor(UIColor::rgb255(91, 168, 41, 1));
   vlqSurveyProgressView_->setProgress(0.0F);
+  vlqSurveyProgressView_->setAccessibilityLabel("Survey progress");
 
   surveyTableBottomConstraint_ =
       surveyTableView_->bottomAnchor().constraintEqualToAnchor(submitButton_->topAnchor(), -20);
@@ -223,7 +224,25 @@ std::shared_ptr<UIView> VLQSurveyViewController::viewForHeaderInSection(UITableV
     }
     header->enableWithData(question);
   }
+  // Every move between questions reloads the table, which asks for the header again.
+  describeForAccessibility();
   return header;
+}
+
+void VLQSurveyViewController::describeForAccessibility() {
+  if (cancelButton_) {
+    const bool closes = cancelButton_->currentBackgroundImage() == cancelImage_;
+    cancelButton_->setAccessibilityLabel(closes ? "Close survey" : "Back");
+  }
+  if (vlqSurveyProgressView_) {
+    vlqSurveyProgressView_->setAccessibilityValue(
+        "Question " + std::to_string(static_cast<std::int64_t>(tapCount_) + 1) + " of " +
+        std::to_string(session::initialQuestionCount()));
+  }
+}
+
+bool VLQSurveyViewController::accessibilityPerformEscape() {
+  return cancelButton_ && cancelButton_->accessibilityActivate();
 }
 
 void VLQSurveyViewController::didRatingTapped(std::uint64_t level) {

@@ -3,7 +3,8 @@
 // The full-screen survey page: builds its view tree (progress bar, close/back button, "Skip",
 // the question table and the large "Next"/"Submit Feedback" button), gives the table its rows
 // and header, and shifts the page when the keyboard shows. The session it derives from keeps the
-// state and the rules.
+// state and the rules. For assistive technology the progress bar reads "Question 2 of 3", the
+// image button "Close survey" or "Back" as it shows, and Escape presses that button.
 
 #include <memory>
 
@@ -42,6 +43,8 @@ class VLQSurveyViewController : public session::VLQSurveySession,
   void keyboardWillShow(const toolkit::NSNotification& notification) override;
   void keyboardWillHide(const toolkit::NSNotification& notification) override;
 
+  bool accessibilityPerformEscape() override;
+
   const std::shared_ptr<toolkit::NSBundle>& bundle() const { return bundle_; }
   const std::shared_ptr<toolkit::NSLayoutConstraint>& surveyTableBottomConstraint() const {
     return surveyTableBottomConstraint_;
@@ -52,6 +55,9 @@ class VLQSurveyViewController : public session::VLQSurveySession,
 
  private:
   class OtherRowForwarder;
+
+  // Names the image button and the progress for the question now shown.
+  void describeForAccessibility();
 
   std::shared_ptr<toolkit::NSBundle> bundle_;
   // Loaded with the page and kept for its life; the rows load their own images.

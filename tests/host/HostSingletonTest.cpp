@@ -21,33 +21,6 @@ class CountingController : public VLQController {
   std::vector<std::string> events;
 };
 
-TEST(HostSingletonTest, WithoutAHostEveryOperationDoesNothingAndReturnsEmptyValues) {
-  auto host = VLQController::sharedController();
-  ASSERT_NE(host, nullptr);
-  EXPECT_EQ(host, VLQController::sharedController());
-
-  bool called = false;
-  host->getSyncDataForActionType("surveys", "118", [&] { called = true; });
-  host->executeAfterDelay(0.0, [&] { called = true; });
-  host->postDataToURL("/v2/api/survey-response?appId=", Json::object(), std::nullopt,
-                      [&](auto&&...) { called = true; });
-  host->registerForEventWithType(15, nullptr);
-  host->logAppEventWithName("vlq_survey_launched", Json::object());
-  EXPECT_FALSE(called);
-
-  EXPECT_FALSE(host->session().identifier().has_value());
-  EXPECT_TRUE(host->session().additionalInfo().is_null());
-  EXPECT_TRUE(host->appInfo().additionalInfo().is_null());
-  EXPECT_TRUE(host->user().additionalInfo().is_null());
-  EXPECT_FALSE(host->getDeviceID().has_value());
-  EXPECT_FALSE(host->applicationIdentifier().has_value());
-
-  ASSERT_NE(VLQContextEvaluator::sharedInstance(), nullptr);
-  VLQContextEvaluator::sharedInstance()->parseConfiguration(Json::object());
-  EXPECT_TRUE(VLQUtilities::readConfig("/etc/hostname").is_null());
-  EXPECT_EQ(VLQUtilities::keyWindow(), nullptr);
-}
-
 TEST(HostSingletonTest, AnInstalledHostServesUntilItUninstalls) {
   auto host = std::make_shared<CountingController>();
   EXPECT_EQ(VLQController::installSharedController(host), nullptr);

@@ -8,13 +8,21 @@
 namespace vlq {
 namespace {
 
-TEST(JsonValueTest, ValueForKeyReadsMissingKeysAndNonObjectsAsNull) {
+TEST(JsonValueTest, AnAbsentKeyIsMissingWhileAPresentNullIsAValue) {
   const Json object = {{"delay", 2500}, {"ui", nullptr}};
   EXPECT_EQ(valueForKey(object, "delay"), 2500);
-  EXPECT_TRUE(valueForKey(object, "absent").is_null());
+  EXPECT_TRUE(isMissing(valueForKey(object, "absent")));
   EXPECT_TRUE(valueForKey(object, "ui").is_null());
+  EXPECT_FALSE(isMissing(valueForKey(object, "ui")));
   for (const Json& notAnObject : {Json(), Json("text"), Json(5), Json::array({"delay"})}) {
-    EXPECT_TRUE(valueForKey(notAnObject, "delay").is_null()) << notAnObject.dump();
+    EXPECT_TRUE(isMissing(valueForKey(notAnObject, "delay"))) << notAnObject.dump();
+  }
+  // Both read as nothing in every conversion.
+  for (const Json& nothing : {missingValue(), Json()}) {
+    EXPECT_FALSE(boolValue(nothing));
+    EXPECT_EQ(doubleValue(nothing), 0.0);
+    EXPECT_EQ(intValue(nothing), 0);
+    EXPECT_FALSE(isEqualToString(nothing, ""));
   }
 }
 
@@ -102,21 +110,27 @@ TEST(JsonValueTest, StringEqualityIsExactAndOnlyForStrings) {
   EXPECT_FALSE(isEqualToString(nullptr, ""));
 }
 
-TEST(JsonValueTest, SettingNullRemovesTheKeyAndOtherKeysKeepTheirOrder) {
+TEST(JsonValueTest, SettingMissingRemovesTheKeyNullIsStoredAndOtherKeysKeepTheirOrder) {
   Json object = {{"b", 1}, {"a", 2}};
   setValueForKey(object, "c", 3);
-  setValueForKey(object, "b", nullptr);
+  setValueForKey(object, "b", missingValue());
   setValueForKey(object, "a", "two");
-  setValueForKey(object, "absent", nullptr);
-  EXPECT_EQ(object.dump(), R"({"a":"two","c":3})");
+  setValueForKey(object, "absent", missingValue());
+  setValueForKey(object, "null", nullptr);
+  EXPECT_EQ(object.dump(), R"({"a":"two","c":3,"null":null})");
 }
 
 TEST(JsonValueTest, DescribeGivesTheFormatText) {
   EXPECT_EQ(describe("Rate us"), "Rate us");
-  EXPECT_EQ(describe(nullptr), "(null)");
+  EXPECT_EQ(describe(missingValue()), "(null)");
+  EXPECT_EQ(describe(nullptr), "<null>");
   EXPECT_EQ(describe(true), "1");
+  EXPECT_EQ(describe(false), "0");
   EXPECT_EQ(describe(12), "12");
+  EXPECT_EQ(describe(2.0), "2");
+  EXPECT_EQ(describe(-0.0), "-0");
   EXPECT_EQ(describe(12.5), "12.5");
+  EXPECT_EQ(describe(1e21), "1e+21");
   EXPECT_EQ(describe(Json::array({1, "a"})), R"([1,"a"])");
 }
 

@@ -26,15 +26,17 @@ TEST(ConfigurationTest, QuestionsKeepTheirOrderAndFieldsAndDropTheBadOnes) {
       {"id": "7", "title": "How was it?", "answer_mode": "single_choice", "is_required": true,
        "randomize_choices": "1",
        "choices": [{"id": "c1", "value": "Fine"}, {"id": "c2", "value": ""}, {"value": "No id"},
+                   {"id": null, "value": "Null id"}, {"id": "c5", "value": null},
                    {"id": "c9", "value": "Other", "is_other": 1}]},
       {"id": "8", "title": "", "answer_mode": "rating"},
       {"title": "Rate us", "answer_mode": "rating", "choices": []},
-      {"id": "9", "title": "Pick", "answer_mode": "multi_choice", "choices": []}
+      {"id": "9", "title": "Pick", "answer_mode": "multi_choice", "choices": []},
+      {"id": "10", "title": null, "answer_mode": "rating"}
     ]})");
   LogCapture capture(0);
   const auto model = VLQQuestionsModel::initWithQuestionDictinary(ui);
 
-  ASSERT_EQ(model->questionsArray().size(), 2u);
+  ASSERT_EQ(model->questionsArray().size(), 3u);
   const auto& first = *model->questionsArray()[0];
   EXPECT_EQ(first.questionId(), "7");
   EXPECT_EQ(first.questionTitle(), "How was it?");
@@ -43,19 +45,23 @@ TEST(ConfigurationTest, QuestionsKeepTheirOrderAndFieldsAndDropTheBadOnes) {
   EXPECT_TRUE(first.randomizeChoices());
   EXPECT_FALSE(first.is_Answered());
   EXPECT_FALSE(first.isOtherSelected());
-  ASSERT_EQ(first.choicesArray().size(), 2u);
+  // A key present with null is there: only an absent or empty "value" and an absent "id" drop.
+  ASSERT_EQ(first.choicesArray().size(), 4u);
   EXPECT_EQ(first.choicesArray()[0]->surveyId(), "c1");
   EXPECT_EQ(first.choicesArray()[0]->surveyValue(), "Fine");
   EXPECT_FALSE(first.choicesArray()[0]->isOther());
-  EXPECT_TRUE(first.choicesArray()[1]->isOther());
-  EXPECT_FALSE(first.choicesArray()[1]->isAnswered());
+  EXPECT_TRUE(first.choicesArray()[1]->surveyId().is_null());
+  EXPECT_TRUE(first.choicesArray()[2]->surveyValue().is_null());
+  EXPECT_TRUE(first.choicesArray()[3]->isOther());
+  EXPECT_FALSE(first.choicesArray()[3]->isAnswered());
 
   // A rating question without choices is kept, even without an id; the empty title and the
   // choice question without choices are dropped, and only the latter writes a line.
   const auto& rating = *model->questionsArray()[1];
-  EXPECT_TRUE(rating.questionId().is_null());
+  EXPECT_TRUE(isMissing(rating.questionId()));
   EXPECT_TRUE(rating.choicesArray().empty());
   EXPECT_FALSE(rating.is_required());
+  EXPECT_TRUE(model->questionsArray()[2]->questionTitle().is_null());
   EXPECT_EQ(capture.lines(), std::vector<std::string>{kDiscardLine});
 }
 
@@ -82,7 +88,7 @@ TEST(ConfigurationTest, QuestionIndexRule) {
                                      std::numeric_limits<std::int32_t>::max()}) {
     const auto empty = model->getQuestionForIndexPath(outside);
     ASSERT_NE(empty, nullptr) << outside;
-    EXPECT_TRUE(empty->questionTitle().is_null());
+    EXPECT_TRUE(isMissing(empty->questionTitle()));
     EXPECT_TRUE(empty->choicesArray().empty());
   }
   EXPECT_THROW(model->getQuestionForIndexPath(3), std::out_of_range);
@@ -105,12 +111,12 @@ TEST(ConfigurationTest, DialogConfigReadsTextsAndTheExactCircleButtonType) {
   for (const Json& buttonType : {Json("Circle"), Json("circle "), Json("rect"), Json(1), Json()}) {
     const auto other = DialogConfig::initWith({{"dialog_config", {{"button_type", buttonType}}}});
     EXPECT_EQ(other->isRoundButton(), false) << buttonType.dump();
-    EXPECT_TRUE(other->yesText().is_null());
+    EXPECT_TRUE(isMissing(other->yesText()));
   }
   for (const Json& noDialog : {Json::object(), Json{{"dialog_config", nullptr}}}) {
     const auto none = DialogConfig::initWith(noDialog);
     EXPECT_FALSE(none->isRoundButton().has_value()) << noDialog.dump();
-    EXPECT_TRUE(none->buttonType().is_null());
+    EXPECT_TRUE(isMissing(none->buttonType()));
   }
 }
 

@@ -49,6 +49,12 @@ TEST(SubmissionBodyTest, ResponsesForEachKindOfAnswer) {
       {answered(10, {c1, c9, c9}, "twice"),
        R"({"question_id":10,"answers":["c1","c9","c9"],"others":[{"answer":"twice","id":"c9"},)"
        R"({"answer":"twice","id":"c9"}]})"},
+      // A choice whose "id" is JSON null sends that null, in both lists.
+      {answered(12,
+                {VLQChoiceModel::initWithChioceDictionary(
+                    {{"id", nullptr}, {"value", "Other"}, {"is_other", true}})},
+                "x"),
+       R"({"question_id":12,"answers":[null],"others":[{"answer":"x","id":null}]})"},
       // Touched and then cleared: answered, but no answers and so no "others".
       {answered(11, {}), R"({"question_id":11,"answers":[]})"},
   };
@@ -88,8 +94,9 @@ TEST(SubmissionBodyTest, WholeBodyInKeyOrderWithTheHostsValues) {
 TEST(SubmissionBodyTest, EmptyValuesAreLeftOut) {
   VLQController nullHost;
   bool completed = true;
-  const Json body = buildSubmissionBody(nullptr, {std::make_shared<VLQSurveyResponseModel>()},
-                                        completed, 1000.0, 3.0, nullHost);
+  const Json body =
+      buildSubmissionBody(missingValue(), {std::make_shared<VLQSurveyResponseModel>()}, completed,
+                          1000.0, 3.0, nullHost);
   EXPECT_EQ(
       body.dump(),
       R"({"responses":[{"answers":[]}],"is_completed":false,"time_taken":2.0,"launch_time":1000})");
@@ -97,9 +104,6 @@ TEST(SubmissionBodyTest, EmptyValuesAreLeftOut) {
 
 TEST(SubmissionBodyTest, TimeTakenIsRoundedToSinglePrecision) {
   EXPECT_EQ(timeTakenSeconds(1'700'000'000'000.0, 1'700'000'012.5), 12.5f);
-  const float tenth = timeTakenSeconds(0.0, 0.1);
-  EXPECT_EQ(tenth, 0.1f);
-  EXPECT_NE(static_cast<double>(tenth), 0.1);
   EXPECT_EQ(timeTakenSeconds(0.0, 1e300), std::numeric_limits<float>::infinity());
   EXPECT_TRUE(std::isnan(timeTakenSeconds(std::nan(""), 1.0)));
 

@@ -66,19 +66,6 @@ TEST_F(PluginTest, OtherEventTypesChangeNothingAndBusyTriggersOnlyReplaceTheEven
   EXPECT_EQ(plugin->surveyId(), "s1");
 }
 
-TEST_F(PluginTest, TheDelayIsWaitedInSecondsOfVirtualTime) {
-  initializeWith(Json{{"configs", Json::array({kRoundEntry})}});
-  trigger("s1");
-  for (auto& delayed : host->takeDelayed())
-    mainQueue().after(delayed.seconds, delayed.block);
-  loop->advance(2.499);
-  EXPECT_TRUE(cards().empty());
-  loop->advance(0.001);
-  EXPECT_EQ(cards().size(), 1u);
-  EXPECT_EQ(host->eventNames(), std::vector<std::string>{"vlq_survey_dialog_launched"});
-  EXPECT_EQ(host->events()[0].info, (Json{{"survey_id", "s1"}}));
-}
-
 TEST_F(PluginTest, AnUnmatchedTriggerLeavesThePluginRefusingTriggersForGood) {
   // Ids that are not strings never match, nor does an entry whose "ui" is not an object.
   const Json document{

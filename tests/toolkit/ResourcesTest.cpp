@@ -51,7 +51,10 @@ class ResourcesTest : public ::testing::Test {
     fs::create_directories(folder_ / "app");
     fs::create_directories(folder_ / "plugin");
   }
-  void TearDown() override { fs::remove_all(folder_); }
+  void TearDown() override {
+    NSBundle::setInstalledBundlesDirectory("");
+    fs::remove_all(folder_);
+  }
 
   fs::path folder_;
 };
@@ -84,6 +87,39 @@ TEST_F(ResourcesTest, ImagesComeFromTheirBundleAtTheBestScaleAndKeepTheirIdentit
   EXPECT_NE(UIImage::imageNamed("veryGood.png", plugin, nullptr), nullptr);
   EXPECT_EQ(UIImage::imageNamed("broken.png", plugin, nullptr), nullptr);
   EXPECT_EQ(UIImage::imageNamed("../app/radio.png", plugin, nullptr), nullptr);
+}
+
+TEST_F(ResourcesTest, BundlesThatTheProgramDidNotRegisterComeFromTheInstalledOnes) {
+  const auto installed = folder_ / "installed";
+  fs::create_directories(installed / "com.example.installed");
+  fs::create_directories(installed / "main");
+  writePngHeader(installed / "main" / "radio.png", 25, 25);
+  NSBundle::setMainBundlePath("");
+  NSBundle::setInstalledBundlesDirectory(installed.string());
+
+  const auto found = NSBundle::bundleWithIdentifier("com.example.installed");
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->bundlePath(), (installed / "com.example.installed").string());
+  EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.installed"), found);
+  EXPECT_EQ(NSBundle::mainBundle()->bundlePath(), (installed / "main").string());
+  EXPECT_NE(UIImage::imageNamed("radio.png"), nullptr);
+  // An identifier is one folder name: nothing above or beside the bundles directory is reached.
+  for (const char* name : {"", ".", "..", "main/..", "../installed/main"}) {
+    EXPECT_EQ(NSBundle::bundleWithIdentifier(name), nullptr) << name;
+  }
+
+  // What the program registers or sets wins over what is installed.
+  const auto own = NSBundle::registerBundle("com.example.installed", (folder_ / "plugin").string());
+  EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.installed"), own);
+  NSBundle::setMainBundlePath((folder_ / "app").string());
+  NSBundle::setInstalledBundlesDirectory(installed.string());
+  EXPECT_EQ(NSBundle::mainBundle()->bundlePath(), (folder_ / "app").string());
+
+  // Without an installed package the main bundle is the current folder, as before.
+  NSBundle::setInstalledBundlesDirectory("");
+  NSBundle::setMainBundlePath("");
+  EXPECT_EQ(NSBundle::mainBundle()->bundlePath(), ".");
+  EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.elsewhere"), nullptr);
 }
 
 TEST(FontTest, OnlyKnownNamesResolve) {

@@ -56,9 +56,10 @@ TEST(TouchTest, TheFrontMostVisibleInteractiveViewTakesTheTouch) {
     change(false);
   }
 
-  // A higher z-position wins over a later sibling.
+  // A higher z-position draws a view above a later sibling, but the later sibling still takes
+  // the touch.
   back->layer().setZPosition(1);
-  EXPECT_EQ(screen.window->hitTest({60, 60}), back);
+  EXPECT_EQ(screen.window->hitTest({60, 60}), front);
 }
 
 TEST(TouchTest, PartsOfASubviewOutsideItsSuperviewTakeNoTouches) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <string>
 #include <thread>
@@ -73,6 +74,28 @@ TEST_F(VirtualTimeTest, AHostThreadSleepingOnVirtualTimePostsAtItsDeadlineOnEver
     EXPECT_EQ(runLoop->now(), 3);
     host.join();
   }
+}
+
+TEST_F(VirtualTimeTest, ASleepOnADeadlineAlreadyReachedEndsAfterTheWorkInFlightSettles) {
+  Order order;
+  auto post = [&order](std::string name) {
+    mainQueue().async([&order, name] { order.push_back(name); });
+  };
+  std::thread sleeper;
+  // The scheduler starts a thread due now, then goes on working for a while before it posts.
+  std::thread scheduler(mainQueue().tracked([&] {
+    sleeper = std::thread(mainQueue().tracked([&] {
+      currentClock()->sleepUntil(0);
+      post("due now");
+    }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    post("scheduler");
+  }));
+  EXPECT_TRUE(loop->runUntilIdle());
+  EXPECT_EQ(order, (Order{"scheduler", "due now"}));
+  EXPECT_EQ(loop->now(), 0);
+  scheduler.join();
+  sleeper.join();
 }
 
 TEST_F(VirtualTimeTest, TimersAndThreadsDueTogetherInterleaveTheSameWayOnEveryRun) {

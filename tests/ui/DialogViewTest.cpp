@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "support/RecordingHost.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "ui/UiTestSupport.h"
 #include "ui/VLQSurveyDialogView.h"
 
@@ -92,6 +93,22 @@ TEST(DialogViewTest, TapsTellThePluginFirstAndThenLogWithTheSurveyId) {
   card->yesButtonTapped(card->surveyYesButton().get());
   EXPECT_EQ(spy->calls.size(), 3u);
   EXPECT_EQ(host->events().size(), 2u);
+  card->setSurveyPlugin(nullptr);
+  VLQController::installSharedController(nullptr);
+}
+
+TEST(DialogViewTest, EscapeDeclines) {
+  test::useProjectBundles();
+  auto host = vlq::test::RecordingHost::install();
+  auto spy = std::make_shared<PluginSpy>(host);
+  std::shared_ptr<UIWindow> window;
+  const auto card = laidOutCard(Json(true), window);
+  card->setSurveyPlugin(spy);
+  card->setSurveyId("s9");
+  EXPECT_TRUE(card->accessibilityViewIsModal());
+  EXPECT_TRUE(performKeyboardEscape(*window));
+  EXPECT_EQ(spy->calls, (std::vector<std::pair<std::string, std::size_t>>{{"dismiss", 0}}));
+  EXPECT_EQ(host->eventNames(), (std::vector<std::string>{"vlq_surevy_dialog_no_clicked"}));
   card->setSurveyPlugin(nullptr);
   VLQController::installSharedController(nullptr);
 }

@@ -1,10 +1,7 @@
 #include "host/reference/AnalyticsStore.h"
 
-#include <sqlite3.h>
-
-#include <filesystem>
-
 #include "host/JsonDocument.h"
+#include "host/reference/SqliteDatabase.h"
 
 namespace vlq::reference {
 
@@ -24,33 +21,6 @@ constexpr const char* kSelect =
 // lock instead of failing at once.
 constexpr int kBusyTimeoutMilliseconds = 2000;
 
-// Finalises a prepared statement when it goes out of scope.
-class Statement {
- public:
-  Statement(sqlite3* database, const char* sql) {
-    if (sqlite3_prepare_v2(database, sql, -1, &statement_, nullptr) != SQLITE_OK) {
-      sqlite3_finalize(statement_);
-      statement_ = nullptr;
-    }
-  }
-  Statement(const Statement&) = delete;
-  Statement& operator=(const Statement&) = delete;
-  ~Statement() { sqlite3_finalize(statement_); }
-
-  sqlite3_stmt* get() const { return statement_; }
-  explicit operator bool() const { return statement_ != nullptr; }
-
- private:
-  sqlite3_stmt* statement_ = nullptr;
-};
-
-std::string columnText(sqlite3_stmt* statement, int column) {
-  const auto* text = sqlite3_column_text(statement, column);
-  if (!text) return {};
-  return {reinterpret_cast<const char*>(text),
-          static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
-}
-
 }  // namespace
 
 AnalyticsStore::AnalyticsStore(const std::string& path) {
@@ -64,22 +34,9 @@ AnalyticsStore::~AnalyticsStore() {
 
 bool AnalyticsStore::open(const std::string& path) {
   sqlite3_close(database_);
-  database_ = nullptr;
-  if (path != ":memory:") {
-    std::error_code error;
-    const std::filesystem::path file(path);
-    if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);
-  }
-  sqlite3* database = nullptr;
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-  if (sqlite3_open_v2(path.c_str(), &database, flags, nullptr) != SQLITE_OK ||
-      sqlite3_busy_timeout(database, kBusyTimeoutMilliseconds) != SQLITE_OK ||
-      sqlite3_exec(database, kCreateTable, nullptr, nullptr, nullptr) != SQLITE_OK) {
-    sqlite3_close(database);
-    return false;
-  }
-  database_ = database;
-  return true;
+  std::string error;
+  database_ = openSqliteDatabase(path, kCreateTable, kBusyTimeoutMilliseconds, error);
+  return database_ != nullptr;
 }
 
 bool AnalyticsStore::append(const std::string& name, const Json& info, double time) {
@@ -87,27 +44,23 @@ bool AnalyticsStore::append(const std::string& name, const Json& info, double ti
   const std::string infoText = info.dump(-1, ' ', false, Json::error_handler_t::replace);
   std::lock_guard lock(mutex_);
   if (!database_) return false;
-  Statement insert(database_, kInsert);
-  if (!insert) return false;
-  sqlite3_bind_text(insert.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
-  sqlite3_bind_text(insert.get(), 2, infoText.data(), static_cast<int>(infoText.size()),
-                    SQLITE_TRANSIENT);
-  sqlite3_bind_double(insert.get(), 3, time);
-  return sqlite3_step(insert.get()) == SQLITE_DONE;
+  SqliteStatement insert(database_, kInsert);
+  return insert && insert.bind(1, name) && insert.bind(2, infoText) && insert.bind(3, time) &&
+         insert.run();
 }
 
 std::vector<StoredEvent> AnalyticsStore::events() const {
   std::vector<StoredEvent> stored;
   std::lock_guard lock(mutex_);
   if (!database_) return stored;
-  Statement select(database_, kSelect);
+  SqliteStatement select(database_, kSelect);
   if (!select) return stored;
   while (sqlite3_step(select.get()) == SQLITE_ROW) {
     StoredEvent event;
-    event.sequence = sqlite3_column_int64(select.get(), 0);
-    event.name = columnText(select.get(), 1);
-    event.info = parseJsonDocument(columnText(select.get(), 2)).value_or(nullptr);
-    event.time = sqlite3_column_double(select.get(), 3);
+    event.sequence = select.integer(0);
+    event.name = select.text(1);
+    event.info = parseJsonDocument(select.text(2)).value_or(nullptr);
+    event.time = select.real(3);
     stored.push_back(std::move(event));
   }
   return stored;

@@ -3,14 +3,12 @@
 #include <httplib.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace vlq::reference {
 
 namespace {
-
-constexpr time_t kConnectTimeoutSeconds = 5;
-constexpr time_t kTransferTimeoutSeconds = 15;
 
 // An error number for requests that never reached the transport (an address it cannot use).
 constexpr std::int64_t kInvalidAddressError = -1;
@@ -46,13 +44,18 @@ HttpOutcome outcomeOf(const httplib::Result& result, const std::string& where) {
   HttpOutcome outcome;
   outcome.status = result->status;
   outcome.body = result->body;
+  outcome.retryAfter = result->get_header_value("Retry-After");
   return outcome;
 }
 
-void applyTimeouts(httplib::Client& client) {
-  client.set_connection_timeout(kConnectTimeoutSeconds);
-  client.set_read_timeout(kTransferTimeoutSeconds);
-  client.set_write_timeout(kTransferTimeoutSeconds);
+void applyTimeouts(httplib::Client& client, const HttpTimeouts& timeouts) {
+  const auto whole = [](double seconds) { return static_cast<time_t>(std::max(0.0, seconds)); };
+  const auto micro = [&](double seconds) {
+    return static_cast<time_t>((std::max(0.0, seconds) - whole(seconds)) * 1e6);
+  };
+  client.set_connection_timeout(whole(timeouts.connectSeconds), micro(timeouts.connectSeconds));
+  client.set_read_timeout(whole(timeouts.transferSeconds), micro(timeouts.transferSeconds));
+  client.set_write_timeout(whole(timeouts.transferSeconds), micro(timeouts.transferSeconds));
 }
 
 }  // namespace
@@ -66,19 +69,20 @@ HttpOutcome httpGet(const std::string& url) {
   if (!split) return failed(kInvalidAddressError, "not an http URL: " + url);
   httplib::Client client(split->origin);
   if (!client.is_valid()) return failed(kInvalidAddressError, "unusable address: " + url);
-  applyTimeouts(client);
+  applyTimeouts(client, HttpTimeouts{});
   return outcomeOf(client.Get(split->path), url);
 }
 
 HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
-                     const std::string& body, const VLQHeaderFields& headerFields) {
+                     const std::string& body, const VLQHeaderFields& headerFields,
+                     const HttpTimeouts& timeouts) {
   const auto split = splitUrl(serviceAddress);
   if (!split) return failed(kInvalidAddressError, "no usable service address: " + serviceAddress);
   httplib::Client client(split->origin);
   if (!client.is_valid()) {
     return failed(kInvalidAddressError, "unusable service address: " + serviceAddress);
   }
-  applyTimeouts(client);
+  applyTimeouts(client, timeouts);
 
   // The service address's own path is a prefix of every posted path.
   std::string prefix = split->path;

@@ -1,9 +1,11 @@
 #include "host/reference/ReferenceHost.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <utility>
 
 #include "host/HostSingleton.h"
+#include "host/Log.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
@@ -33,7 +35,35 @@ ReferenceHostOptions completed(ReferenceHostOptions options) {
     options.analyticsDatabase = toolkit::stringByAppendingPathComponent(
         options.libraryDirectory, ReferenceHost::kAnalyticsFileName);
   }
+  if (options.outboxDatabase.empty()) {
+    options.outboxDatabase = toolkit::stringByAppendingPathComponent(
+        options.libraryDirectory, ReferenceHost::kOutboxFileName);
+  }
+  if (!options.log) {
+    options.log = [](const std::string& message) {
+      std::fprintf(stderr, "vlq reference host: %s\n", message.c_str());
+    };
+  }
   return options;
+}
+
+OutboxSettings outboxSettings(const ReferenceHostOptions& options) {
+  return {options.outboxDatabase, options.outboxLimitBytes, options.retrySeed, options.log};
+}
+
+// Posts to the service address; a host without one answers every attempt with an error, and its
+// bodies wait in the outbox for a host that has one.
+OutboxTransport serviceTransport(const std::string& serviceAddress, const HttpTimeouts& timeouts) {
+  return [serviceAddress, timeouts](const std::string& url, const std::string& body,
+                                    const VLQHeaderFields& headers) {
+    if (serviceAddress.empty()) {
+      HttpOutcome outcome;
+      outcome.errorCode = kNoServiceAddressError;
+      outcome.errorMessage = "the host has no service address";
+      return outcome;
+    }
+    return httpPost(serviceAddress, url, body, headers, timeouts);
+  };
 }
 
 std::string deviceIdFor(const ReferenceHostOptions& options, const HostSettings& settings) {
@@ -52,7 +82,9 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
     : options_(std::move(options)),
       settings_(HostSettings::fromFile(options_.settingsFile)),
       deviceId_(deviceIdFor(options_, settings_)),
-      analytics_(options_.analyticsDatabase) {}
+      analytics_(options_.analyticsDatabase),
+      outbox_(outboxSettings(options_),
+              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_) {}
 
 ReferenceHost::~ReferenceHost() {
   // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot
@@ -71,6 +103,7 @@ void ReferenceHost::stopThreads() {
     shutDown_.store(true);
     events_.stop();
     delays_.stop();
+    outbox_.stop();
     workers_.stopAndWait();
   } catch (...) {
     // A failed lock or wait leaves the threads to end on their own.
@@ -201,26 +234,15 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
     if (shutDown_.load()) return;
     // Invalid UTF-8 in a string is replaced rather than failing the whole post.
     std::string body = requestBody.dump(-1, ' ', false, Json::error_handler_t::replace);
-    auto work = std::make_shared<HostWork>(work_.begin());
-    workers_.start([serviceAddress = options_.serviceAddress, url, body = std::move(body),
-                    headers = headerFields.value_or(VLQHeaderFields{}),
-                    completion = std::move(completionHandler), work = std::move(work)] {
-      work->holdOnThisThread();
-      const HttpOutcome outcome = serviceAddress.empty()
-                                      ? HttpOutcome{std::nullopt,
-                                                    {},
-                                                    kNoServiceAddressError,
-                                                    "the host has no service address"}
-                                      : httpPost(serviceAddress, url, body, headers);
-      if (!completion) return;
-      toolkit::runContained([&] {
-        if (outcome.status) {
-          completion(outcome.body, VLQHTTPResponse(*outcome.status), std::nullopt);
-        } else {
-          completion(std::nullopt, std::nullopt, VLQError(outcome.errorCode, outcome.errorMessage));
-        }
-      });
-    });
+    outbox_.post(url, std::move(body), headerFields.value_or(VLQHeaderFields{}),
+                 std::move(completionHandler));
+  });
+}
+
+void ReferenceHost::triggerTraced(const TriggerTrace& trace) {
+  toolkit::runContained([&] {
+    logLine("<VLQ TRACE> " +
+            describeTriggerTrace(trace).dump(-1, ' ', false, Json::error_handler_t::replace));
   });
 }
 

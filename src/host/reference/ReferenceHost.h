@@ -13,8 +13,12 @@
 // - Analytics events: stored in SQLite, and shown to an observer as they are logged.
 // - Session, application and user values: from the settings file (HostSettings.h).
 // - Device id: a random UUID made once and kept in the Library directory.
-// - Posts: the body as JSON over HTTP to the service address; the completion handler runs on a
-//   worker thread.
+// - Posts: the body as JSON over HTTP to the service address, through a durable outbox
+//   (Outbox.h): kept in SQLite in the Library directory and retried until the service accepts it,
+//   each attempt with the body's idempotency key. The completion handler runs once, on a host
+//   thread, with the answer to the first attempt.
+// - Trigger trace: installed as the plug-in's diagnostics listener, it writes each decision to the
+//   platform log as "<VLQ TRACE> " followed by the decision as compact JSON.
 //
 // Every piece of work handed to another thread is announced to the main queue (HostWork.h), so a
 // virtual run loop waits for the host before it moves time on; idle() tells whether any is left.
@@ -28,18 +32,23 @@
 #include <vector>
 
 #include "host/VLQController.h"
+#include "host/VLQDiagnosticsListener.h"
 #include "host/reference/AnalyticsStore.h"
 #include "host/reference/DelayedBlockScheduler.h"
+#include "host/reference/DeliveryEvent.h"
 #include "host/reference/EventDispatcher.h"
 #include "host/reference/HostSettings.h"
 #include "host/reference/HostWork.h"
+#include "host/reference/Outbox.h"
 #include "host/reference/ReferenceHostOptions.h"
 #include "host/reference/ReferenceUtilities.h"
 #include "host/reference/WorkerThreads.h"
 
 namespace vlq::reference {
 
-class ReferenceHost : public VLQController, public std::enable_shared_from_this<ReferenceHost> {
+class ReferenceHost : public VLQController,
+                      public VLQDiagnosticsListener,
+                      public std::enable_shared_from_this<ReferenceHost> {
  public:
   // Called with each analytics event as it is logged, on the logging thread.
   using EventObserver = std::function<void(const std::string& name, const Json& info)>;
@@ -48,6 +57,8 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
   static constexpr const char* kDeviceIdFileName = "vlq-device-id";
   // The analytics database's file name inside the Library directory, unless the options name one.
   static constexpr const char* kAnalyticsFileName = "vlq-analytics.sqlite";
+  // The outbox's file name inside the Library directory, unless the options name one.
+  static constexpr const char* kOutboxFileName = "vlq-outbox.sqlite";
 
   // A host with its threads started. An empty library directory means the toolkit's current
   // Library directory. Creates the directory when missing.
@@ -60,12 +71,14 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
   void install();
   // Ends the host's threads: undelivered events and delayed blocks not yet run are dropped, work
   // under way is waited for (a delayed block still sleeping on a virtual clock is abandoned), and
-  // later syncs, posts, events and delays are ignored. Uninstalls the host and its utilities where
-  // they are installed. Safe to call twice. Do not call it on the main thread while a listener may
-  // be waiting for the main queue: nothing would serve that wait.
+  // later syncs, posts, events and delays are ignored. Bodies in the outbox stay in its file for
+  // the next host; a post still waiting for its first attempt is answered with an error. Uninstalls
+  // the host and its utilities where they are installed. Safe to call twice. Do not call it on the
+  // main thread while a listener may be waiting for the main queue: nothing would serve that wait.
   void shutdown();
 
-  // True when no sync, post, event delivery or delayed block is in flight.
+  // True when no sync, post, event delivery or delayed block is in flight; a body waiting in the
+  // outbox for its next attempt is a post in flight.
   bool idle() const { return work_.idle(); }
 
   // Delivers `event` to the listeners registered for its type, on the event thread.
@@ -76,6 +89,13 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
   std::vector<StoredEvent> storedEvents() const;
   // Replaces the observer of analytics events (an empty function removes it).
   void setEventObserver(EventObserver observer);
+
+  // Posted bodies waiting in the outbox for delivery.
+  std::int64_t outboxSize() const { return outbox_.waiting(); }
+  // The bodies the service refused for good, oldest first.
+  std::vector<DeadLetter> deadLetters() const { return outbox_.deadLetters(); }
+  // Replaces the observer of each posted body's path (an empty function removes it).
+  void setDeliveryObserver(DeliveryObserver observer) { outbox_.setObserver(std::move(observer)); }
 
   const std::shared_ptr<ReferenceUtilities>& utilities() const { return utilities_; }
   const ReferenceHostOptions& options() const { return options_; }
@@ -98,6 +118,9 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
                      const std::optional<VLQHeaderFields>& headerFields,
                      VLQPostCompletion completionHandler) override;
 
+  // The plug-in's trigger trace, written to the log (any thread).
+  void triggerTraced(const TriggerTrace& trace) override;
+
  private:
   explicit ReferenceHost(ReferenceHostOptions options);
   void stopThreads();
@@ -114,7 +137,8 @@ class ReferenceHost : public VLQController, public std::enable_shared_from_this<
 
   EventDispatcher events_{work_};
   DelayedBlockScheduler delays_{work_};
-  WorkerThreads workers_;  // syncs and posts
+  WorkerThreads workers_;  // syncs
+  Outbox outbox_;
   std::atomic<bool> shutDown_{false};
 };
 

@@ -132,6 +132,23 @@ QImage blurredReducedImage(const QImage& image, double sigma, BlurEdges edges) {
   return blurAtFullSize(reduced, sigma / reduction, edges);
 }
 
+QImage withRepeatedBorder(const QImage& image) {
+  const int width = image.width();
+  const int height = image.height();
+  QImage bordered(width + 2, height + 2, QImage::Format_ARGB32_Premultiplied);
+  if (image.isNull() || bordered.isNull()) return image;
+  const QImage source = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+  for (int y = 0; y < height + 2; ++y) {
+    const auto* in =
+        reinterpret_cast<const QRgb*>(source.constScanLine(std::clamp(y - 1, 0, height - 1)));
+    auto* out = reinterpret_cast<QRgb*>(bordered.scanLine(y));
+    out[0] = in[0];
+    std::copy(in, in + width, out + 1);
+    out[width + 1] = in[width - 1];
+  }
+  return bordered;
+}
+
 QImage blurredImage(const QImage& image, double sigma, BlurEdges edges) {
   if (blurReduction(sigma) == 1) return blurAtFullSize(image, sigma, edges);
   return blurredReducedImage(image, sigma, edges)

@@ -23,4 +23,9 @@ int blurReduction(double sigma);
 // rounded up).
 QImage blurredReducedImage(const QImage& image, double sigma, BlurEdges edges);
 
+// `image` (premultiplied ARGB) with one more pixel on every side, a copy of the nearest edge pixel.
+// An image drawn enlarged through a brush is filtered as a repeating pattern, so its edge pixels
+// blend with the opposite edge; with this border they blend with themselves, as at a clamped edge.
+QImage withRepeatedBorder(const QImage& image);
+
 }  // namespace vlq::toolkit::qt

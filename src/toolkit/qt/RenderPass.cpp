@@ -355,10 +355,11 @@ void RenderPass::paintBackdropBlur(const QRectF& deviceBox, double radius,
     const QRect sample =
         visible.adjusted(-spread, -spread, spread, spread).intersected(targetRect_);
     const QImage blurred = blurredReducedImage(compositeBelow(sample), sigma, BlurEdges::Extend);
-    QBrush brush(blurred);
+    QBrush brush(withRepeatedBorder(blurred));
     QTransform placement = QTransform::fromTranslate(sample.x(), sample.y());
     placement.scale(static_cast<double>(sample.width()) / blurred.width(),
                     static_cast<double>(sample.height()) / blurred.height());
+    placement.translate(-1, -1);  // the repeated border lies just outside the sample
     brush.setTransform(placement);
     // The blurred copy replaces what lies below, rather than blending with it.
     painter().setCompositionMode(QPainter::CompositionMode_Source);

@@ -5,6 +5,8 @@
 #include <QKeySequence>
 #include <cmath>
 
+#include "toolkit/KeyboardNavigation.h"
+
 namespace vlq::toolkit::qt {
 namespace {
 
@@ -67,10 +69,22 @@ UIKeyInput* ScreenInput::keyInput() const {
 }
 
 bool ScreenInput::keyPressed(const QKeyEvent& event) {
+  switch (event.key()) {
+    case Qt::Key_Tab:
+      return moveKeyboardFocus(*window_, event.modifiers() & Qt::ShiftModifier
+                                             ? UIFocusHeading::Previous
+                                             : UIFocusHeading::Next) != nullptr;
+    case Qt::Key_Backtab:
+      return moveKeyboardFocus(*window_, UIFocusHeading::Previous) != nullptr;
+    case Qt::Key_Escape:
+      return performKeyboardEscape(*window_);
+    default:
+      break;
+  }
   // Holds the responder while it handles the key, which may make it resign.
   const auto responder = window_->firstResponder();
   auto* input = dynamic_cast<UIKeyInput*>(responder.get());
-  if (!input) return false;
+  if (!input) return navigationKeyPressed(event);
   if (event.matches(QKeySequence::Paste)) {
     const QClipboard* clipboard = QGuiApplication::clipboard();
     const QString text = clipboard ? clipboard->text() : QString();
@@ -92,6 +106,23 @@ bool ScreenInput::keyPressed(const QKeyEvent& event) {
   if (!isPrintable(event.text())) return false;
   input->insertText(utf8(event.text()));
   return true;
+}
+
+bool ScreenInput::navigationKeyPressed(const QKeyEvent& event) {
+  switch (event.key()) {
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      return pressKeyboardFocus(*window_) == UIAccessibilityPress::Pressed;
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+      return moveKeyboardFocusWithinGroup(*window_, UIFocusHeading::Previous);
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+      return moveKeyboardFocusWithinGroup(*window_, UIFocusHeading::Next);
+    default:
+      return false;
+  }
 }
 
 bool ScreenInput::textCommitted(const QString& text) {

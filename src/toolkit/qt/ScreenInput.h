@@ -39,13 +39,18 @@ class ScreenInput {
 
   // The first responder when it takes text, or null.
   UIKeyInput* keyInput() const;
-  // Typing, Backspace, Return and the paste shortcut (with the clipboard's text); true when the
-  // first responder took the key.
+  // The keyboard. Tab and Shift+Tab move the focus ring and Escape goes back, whatever has the
+  // focus (KeyboardNavigation.h). While a field is being edited, typing, Backspace, Return and
+  // the paste shortcut (with the clipboard's text) go to it; otherwise Space and Return press
+  // the focused element and the arrow keys move within its group. True when the key was used.
   bool keyPressed(const QKeyEvent& event);
   // Text from an input method (a composed character, a dictation).
   bool textCommitted(const QString& text);
 
  private:
+  // The keys that operate the focused element when no field is being edited.
+  bool navigationKeyPressed(const QKeyEvent& event);
+
   std::shared_ptr<UIWindow> window_;
   double scale_;
   bool pressed_ = false;

@@ -25,7 +25,8 @@ ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
     : window_(std::move(window)),
       scale_(usableScale(scale)),
       renderer_(scale_),
-      input_(window_, scale_) {
+      input_(window_, scale_),
+      accessibility_(*this) {
   const CGRect bounds = window_->bounds();
   const QSize size(static_cast<int>(std::ceil(bounds.width() * scale_)),
                    static_cast<int>(std::ceil(bounds.height() * scale_)));
@@ -48,6 +49,9 @@ void ScreenWindow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.fillRect(QRect(QPoint(0, 0), size()), Qt::white);
   painter.drawImage(QPointF(0, 0), frame);
+  painter.end();
+  // What the frame shows is now what assistive technology should know about.
+  accessibility_.frameShown();
 }
 
 void ScreenWindow::mousePressEvent(QMouseEvent* event) {

@@ -3,12 +3,13 @@
 // A toolkit window shown in a desktop window: painted with the WindowRenderer at `scale` window
 // pixels per point (390 x 844 points make a 390 x 844 pixel window at scale 1), fed with the mouse,
 // the wheel and the keyboard through ScreenInput, and painted again after every input and every
-// pump of the main queue that ran something.
+// pump of the main queue that ran something. Screen readers see it through ScreenAccessibility.
 
 #include <QRasterWindow>
 #include <memory>
 
 #include "toolkit/UIWindow.h"
+#include "toolkit/qt/ScreenAccessibility.h"
 #include "toolkit/qt/ScreenInput.h"
 #include "toolkit/qt/WindowRenderer.h"
 
@@ -20,6 +21,7 @@ class ScreenWindow : public QRasterWindow {
 
   UIWindow& uiWindow() { return *window_; }
   ScreenInput& input() { return input_; }
+  ScreenAccessibility& accessibility() { return accessibility_; }
   double scale() const { return scale_; }
 
   // What the window shows now, at its device pixel ratio.
@@ -42,6 +44,7 @@ class ScreenWindow : public QRasterWindow {
   double scale_;
   WindowRenderer renderer_;
   ScreenInput input_;
+  ScreenAccessibility accessibility_;
 };
 
 // Shows `window` (made key and visible) in a ScreenWindow, pumps the main queue on a real-time

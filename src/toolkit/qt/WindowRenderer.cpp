@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "toolkit/Diagnostics.h"
+#include "toolkit/qt/FocusRing.h"
 #include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/RenderPass.h"
 #include "toolkit/qt/ShadowCache.h"
@@ -58,8 +59,11 @@ void WindowRenderer::renderInto(UIView& root, QImage& target) {
       !RenderPass::coversItsBounds(root)) {
     target.fill(Qt::transparent);
   }
-  RenderPass pass(target, scale_, *shadows_);
-  pass.paintRoot(root);
+  {
+    RenderPass pass(target, scale_, *shadows_);
+    pass.paintRoot(root);
+  }
+  paintKeyboardFocusRing(target, root, scale_);
 }
 
 bool renderToPNG(UIView& root, const std::string& path, double scale) {

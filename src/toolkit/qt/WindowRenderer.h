@@ -27,7 +27,8 @@ class WindowRenderer {
   void setScale(double scale);
 
   // Runs the layout pass of `root`'s tree when it needs one, then paints `root` into a new image
-  // of its size at the scale (premultiplied ARGB, transparent where nothing is painted).
+  // of its size at the scale (premultiplied ARGB, transparent where nothing is painted). A window
+  // with a keyboard focus shows its focus ring over everything else.
   QImage render(UIView& root);
   // The same into `target`, cleared first; its size decides how much of the root is painted.
   void renderInto(UIView& root, QImage& target);

@@ -44,6 +44,7 @@ LocalHttpServer::LocalHttpServer() {
     std::lock_guard lock(mutex_);
     posts_.push_back({request.target, request.body, request.headers});
     response.status = postStatus_;
+    if (!postRetryAfter_.empty()) response.set_header("Retry-After", postRetryAfter_);
     response.set_content(postBody_, "text/plain");
   });
   port_ = server_.bind_to_any_port("127.0.0.1");
@@ -68,10 +69,11 @@ void LocalHttpServer::serve(const std::string& path, std::string body, int statu
   documents_[path] = {std::move(body), status};
 }
 
-void LocalHttpServer::answerPostsWith(int status, std::string body) {
+void LocalHttpServer::answerPostsWith(int status, std::string body, std::string retryAfter) {
   std::lock_guard lock(mutex_);
   postStatus_ = status;
   postBody_ = std::move(body);
+  postRetryAfter_ = std::move(retryAfter);
 }
 
 std::vector<LocalHttpServer::ReceivedPost> LocalHttpServer::posts() const {

@@ -40,8 +40,9 @@ class LocalHttpServer {
   std::string address() const;
   // Answers GET `path` with `body` and `status`.
   void serve(const std::string& path, std::string body, int status = 200);
-  // The status and body with which posts are answered (200 and "ok" at first).
-  void answerPostsWith(int status, std::string body);
+  // The status, body and Retry-After header (none when empty) with which posts are answered (200
+  // and "ok" at first).
+  void answerPostsWith(int status, std::string body, std::string retryAfter = {});
   std::vector<ReceivedPost> posts() const;
 
  private:
@@ -51,6 +52,7 @@ class LocalHttpServer {
   mutable std::mutex mutex_;
   int postStatus_ = 200;
   std::string postBody_ = "ok";
+  std::string postRetryAfter_;
   std::vector<ReceivedPost> posts_;
   struct Document {
     std::string body;

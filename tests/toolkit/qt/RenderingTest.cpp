@@ -194,6 +194,18 @@ TEST(RenderingTest, ABackdropBlurBlursWhatLiesBelowWithinItsRoundedBounds) {
       CGRectMake(0, 0, 100, 100), BackdropBlur{6, kWhite.colorWithAlphaComponent(0.5)});
   root->addSubview(tinted);
   EXPECT_GT(pixelAt(renderView(*root), 25, 50).red(), 170);
+
+  // A wide blur over the whole picture clamps at its edges: the blue top stays blue and the white
+  // bottom white, with nothing brought in from the opposite edge.
+  auto banded = box(CGRectMake(0, 0, 100, 200), kWhite);
+  banded->addSubview(box(CGRectMake(0, 0, 100, 60), kBlue));
+  banded->addSubview(std::make_shared<BlurringView>(CGRectMake(0, 0, 100, 200),
+                                                    BackdropBlur{20, UIColor::clearColor()}));
+  const QImage clamped = renderView(*banded);
+  for (const double x : {0.5, 50.0, 99.5}) {
+    EXPECT_LT(pixelAt(clamped, x, 0.5).red(), 20) << x;
+    EXPECT_GT(pixelAt(clamped, x, 199.5).red(), 245) << x;
+  }
 }
 
 TEST(RenderingTest, AWindowRendersAtTheScreenScaleEvenBeforeItIsShown) {

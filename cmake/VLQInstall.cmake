@@ -1,0 +1,122 @@
+# Installing the SDK: each library with the headers of its folder under include/vlq/, the tools,
+# the two resource bundles, the CMake package (namespace VLQ::) and the pkg-config files.
+#
+# A layer's CMakeLists.txt installs its library with one line, vlq_install_library(TARGET NAME),
+# and a program with vlq_install_program(TARGET). Headers are collected by pattern, so a new
+# header in an installed folder is installed without further changes.
+#
+# Components: "runtime" (tools, bundles, shared libraries) and "development" (headers, static
+# libraries, the CMake package, pkg-config files).
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(VLQ_CMAKE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/${PROJECT_NAME})
+set(VLQ_PKGCONFIG_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# Installed bundles are folders named by bundle identifier; "main" holds the sample application's
+# images, which the plug-in loads from the application's main bundle.
+set(VLQ_BUNDLES_INSTALL_DIR ${CMAKE_INSTALL_DATADIR}/${PROJECT_NAME}/bundles)
+# How an installed program reaches the installed bundles (NSBundle.cpp).
+file(RELATIVE_PATH VLQ_BUNDLES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR}
+     ${CMAKE_INSTALL_FULL_DATADIR}/${PROJECT_NAME}/bundles)
+
+if(BUILD_SHARED_LIBS)
+  # Installed tools find the installed libraries wherever the prefix is moved.
+  file(RELATIVE_PATH libdir_from_bindir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set(CMAKE_INSTALL_RPATH "$ORIGIN/${libdir_from_bindir}")
+endif()
+
+# vlq_install_library(TARGET EXPORT_NAME): installs TARGET, exported as VLQ::EXPORT_NAME, with
+# every header of the calling folder in include/vlq/<the folder below src/, or its name>.
+function(vlq_install_library target export_name)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+  if(folder MATCHES "^\\.\\.")
+    get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  endif()
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${export_name}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+  install(TARGETS ${target} EXPORT ${PROJECT_NAME}Targets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+            NAMELINK_COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlq/${folder}
+          COMPONENT development)
+endfunction()
+
+# vlq_install_program(TARGET): installs an executable as a tool of the runtime package.
+function(vlq_install_program target)
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endfunction()
+
+# vlq_install_pkg_config(NAME DESCRIPTION LIBS REQUIRES LINK_REQUIRES): one pkg-config file. Static
+# libraries carry their dependencies into every link, so these go to Requires and Libs unless the
+# libraries are shared.
+function(vlq_install_pkg_config name description libs requires link_requires)
+  set(PC_NAME ${name})
+  set(PC_DESCRIPTION ${description})
+  set(PC_LIBS "${libs}")
+  set(PC_REQUIRES "${requires}")
+  if(BUILD_SHARED_LIBS)
+    set(PC_REQUIRES_PRIVATE "${link_requires}")
+  else()
+    string(STRIP "${PC_REQUIRES} ${link_requires}" PC_REQUIRES)
+    set(PC_REQUIRES_PRIVATE "")
+  endif()
+  file(RELATIVE_PATH PC_PREFIX_FROM_PCFILEDIR ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+       ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" PC_PREFIX_FROM_PCFILEDIR "${PC_PREFIX_FROM_PCFILEDIR}")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/vlq.pc.in ${PROJECT_BINARY_DIR}/pkgconfig/${name}.pc
+                 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/pkgconfig/${name}.pc DESTINATION ${VLQ_PKGCONFIG_INSTALL_DIR}
+          COMPONENT development)
+endfunction()
+
+# vlq_install_package(): what belongs to the whole SDK. Called once, after every library.
+function(vlq_install_package)
+  install(EXPORT ${PROJECT_NAME}Targets NAMESPACE VLQ:: DESTINATION ${VLQ_CMAKE_INSTALL_DIR}
+          COMPONENT development)
+  configure_package_config_file(
+    ${PROJECT_SOURCE_DIR}/cmake/${PROJECT_NAME}Config.cmake.in
+    ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}Config.cmake
+    INSTALL_DESTINATION ${VLQ_CMAKE_INSTALL_DIR})
+  write_basic_package_version_file(
+    ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}ConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+  install(FILES ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}Config.cmake
+                ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}ConfigVersion.cmake
+          DESTINATION ${VLQ_CMAKE_INSTALL_DIR} COMPONENT development)
+
+  # In the source tree headers include each other as "layer/Name.h" from src/; installed, they
+  # include <vlq/layer/Name.h>. toolkit/InstalledBundles.h learns where the bundles went.
+  install(CODE "
+    set(VLQ_INSTALLED_HEADERS \"${CMAKE_INSTALL_INCLUDEDIR}/vlq\")
+    set(VLQ_INSTALLED_BUNDLES \"${VLQ_BUNDLES_INSTALL_DIR}\")
+    set(VLQ_INSTALLED_BUNDLES_TEMPLATE \"${PROJECT_SOURCE_DIR}/cmake/InstalledBundles.h.in\")"
+    COMPONENT development)
+  install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/InstalledHeaders.cmake COMPONENT development)
+
+  set(threads "")
+  if(CMAKE_THREAD_LIBS_INIT)
+    set(threads " ${CMAKE_THREAD_LIBS_INIT}")
+  endif()
+  vlq_install_pkg_config(vlq-survey-plugin
+    "The VLQ survey plug-in with its views, session, model, host interface and toolkit"
+    "-lvlq_plugin -lvlq_ui -lvlq_session -lvlq_model -lvlq_host -lvlq_toolkit -lvlq_layout${threads}"
+    "nlohmann_json" "")
+  vlq_install_pkg_config(vlq-reference-host
+    "A complete host for the VLQ survey plug-in on real services"
+    "-lvlq_host_reference" "vlq-survey-plugin" "sqlite3 cpp-httplib")
+  vlq_install_pkg_config(vlq-qt-backend
+    "The Qt backend of the VLQ survey plug-in's toolkit: rendering, text, images, windows"
+    "-lvlq_toolkit_qt" "vlq-survey-plugin Qt6Gui" "")
+
+  # The plug-in's own bundle (its identifier is kSurveyBundle) and the sample application's images.
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/plugin/
+          DESTINATION ${VLQ_BUNDLES_INSTALL_DIR}/com.velqo.VLQSurveyPlugin COMPONENT runtime)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/app/
+          DESTINATION ${VLQ_BUNDLES_INSTALL_DIR}/main COMPONENT runtime)
+endfunction()

@@ -1,0 +1,85 @@
+// The collector as a service that clients retry against: bodies stored once per idempotency key.
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "collector/CollectorServer.h"
+
+namespace vlq::collector {
+namespace {
+
+constexpr char kTarget[] = "/v2/api/survey-response?appId=a";
+
+httplib::Result postKeyed(const CollectorServer& server, const std::string& body,
+                          const std::string& key) {
+  httplib::Client client(server.baseUrl());
+  httplib::Headers headers;
+  if (!key.empty()) headers.emplace("Idempotency-Key", key);
+  return client.Post(kTarget, headers, body, "application/json");
+}
+
+std::unique_ptr<CollectorServer> start(CollectorOptions options = {}) {
+  std::string error;
+  auto server = CollectorServer::start(std::move(options), &error);
+  EXPECT_TRUE(server) << error;
+  return server;
+}
+
+TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARestart) {
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("vlq-collector-faults-" + std::to_string(::getpid()) + ".sqlite");
+  std::filesystem::remove(path);
+  // A file written before keys were kept, holding one body: it gains the key when opened.
+  sqlite3* old = nullptr;
+  ASSERT_EQ(sqlite3_open(path.c_str(), &old), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(old,
+                         "CREATE TABLE survey_responses (id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                         " app_id TEXT NOT NULL, received_at TEXT NOT NULL, url TEXT NOT NULL,"
+                         " status INTEGER NOT NULL, body TEXT NOT NULL);"
+                         "INSERT INTO survey_responses (app_id, received_at, url, status, body)"
+                         " VALUES ('a', '2024-01-01T00:00:00.000Z', '/x', 200, '{\"old\":1}')",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(old);
+  CollectorOptions options;
+  options.database = path.string();
+  options.status = 503;
+
+  auto server = start(options);
+  ASSERT_TRUE(server);
+  const auto first = postKeyed(*server, R"({"n":1})", "key-1");
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->status, 503);
+  EXPECT_EQ(postKeyed(*server, R"({"n":4})", "")->status, 503);
+  EXPECT_EQ(postKeyed(*server, R"({"n":4})", "")->status, 503);  // no key: stored each time
+  EXPECT_EQ(postKeyed(*server, R"({"n":5})", std::string(256, 'k'))->status, 400);
+  server.reset();
+
+  options.status = 200;
+  server = start(options);
+  ASSERT_TRUE(server);
+  // The status changed since, and the body differs: the key alone decides.
+  const auto again = postKeyed(*server, R"({"n":2})", "key-1");
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->status, 503);
+  EXPECT_EQ(again->body, first->body);
+  EXPECT_EQ(postKeyed(*server, R"({"n":3})", "key-2")->status, 200);
+
+  const auto stored = server->responses();
+  ASSERT_EQ(stored.size(), 5u);
+  EXPECT_EQ(stored[0].body, Json({{"old", 1}}));
+  EXPECT_EQ(stored[1].body, Json({{"n", 1}}));
+  EXPECT_EQ(stored[1].idempotencyKey, "key-1");
+  EXPECT_EQ(stored[2].idempotencyKey, "");
+  EXPECT_EQ(stored[4].idempotencyKey, "key-2");
+  server.reset();
+  std::filesystem::remove(path);
+}
+
+}  // namespace
+}  // namespace vlq::collector
