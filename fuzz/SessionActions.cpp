@@ -5,10 +5,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "FuzzChecks.h"
+#include "host/Log.h"
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
@@ -17,6 +19,7 @@
 #include "sim/StateDump.h"
 #include "support/RecordingHost.h"
 #include "toolkit/DispatchQueue.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "toolkit/KeyboardNotifications.h"
 #include "toolkit/NSBundle.h"
 #include "toolkit/NSFileManager.h"
@@ -36,7 +39,7 @@ using namespace toolkit;
 
 namespace {
 
-constexpr int kActionCount = 18;
+constexpr int kActionCount = 19;
 
 // Runs the host's delayed blocks on the main queue when their virtual time comes.
 class SessionHost : public test::RecordingHost {
@@ -63,6 +66,9 @@ class DocumentUtilities : public VLQUtilities {
 // configuration file, which the plug-in checks for before it asks the utilities to read it.
 void setUpProcessOnce() {
   static const bool done = [] {
+    // The plug-in's log lines are still made, but not written: writing them would cost more than
+    // running the input.
+    setLogSink([](std::string_view) {});
     const std::string resources = VLQ_RESOURCES_DIR;
     NSBundle::setMainBundlePath(resources + "/app");
     NSBundle::registerBundle(std::string(kSurveyBundle), resources + "/plugin");
@@ -252,6 +258,22 @@ void SessionActions::perform(FuzzInput& input) {
       }
       break;
     }
+    case 18:
+      switch (input.byte() % 4) {
+        case 0:
+          moveKeyboardFocus(*window_, UIFocusHeading::Next);
+          break;
+        case 1:
+          moveKeyboardFocus(*window_, UIFocusHeading::Previous);
+          break;
+        case 2:
+          pressKeyboardFocus(*window_);
+          break;
+        default:
+          performKeyboardEscape(*window_);
+          break;
+      }
+      break;
   }
   settle();
 }

@@ -4,7 +4,7 @@
 // headless toolkit, the virtual main loop and a recording host, driven by actions read one byte
 // at a time.
 //
-//   byte % 18  action                         arguments
+//   byte % 19  action                         arguments
 //   0          trigger (type 15)              a byte: the "_id" of that entry, or 255 and a text
 //   1          event of another type          a byte: the type
 //   2          time passes                    a byte: eighths of a second (255: a day)
@@ -20,6 +20,7 @@
 //                                             bytes, 254 any 64-bit status, 255 an error
 //   16         tap a point of the window      two bytes: x and y, in units of 2 points
 //   17         the keyboard shows or hides    a byte: its height in points (0: hides)
+//   18         a key of keyboard navigation   a byte modulo 4: tab, shift-tab, press, escape
 
 #include <cstdint>
 #include <memory>

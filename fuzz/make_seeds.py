@@ -102,6 +102,8 @@ def session_actions(script, document):
             out.append(13)
         elif action == "backspace" and args and args[0].isdigit():
             out += bytes([14, min(int(args[0]), 255)])
+        elif action in ("tab", "shift-tab", "press", "escape"):
+            out += bytes([18, ["tab", "shift-tab", "press", "escape"].index(action)])
     return bytes(out)
 
 
