@@ -73,6 +73,7 @@ struct CollectorServer::Impl {
   bool stopped = false;  // for good; guarded by stopMutex
 
   void routes();
+  void dispatch(const httplib::Request& request, httplib::Response& response);
   // Serves on the bound socket from a thread of its own; returns once it accepts connections.
   void serve();
   bool takeFailure();
@@ -82,25 +83,18 @@ struct CollectorServer::Impl {
 };
 
 void CollectorServer::Impl::routes() {
-  // Each handler contains its own failures; nothing a client sends may end the server.
-  auto contained = [](auto handler) {
-    return [handler](const httplib::Request& request, httplib::Response& response) {
-      try {
-        handler(request, response);
-      } catch (const std::exception& e) {
-        answerError(response, 500, e.what());
-      } catch (...) {
-        answerError(response, 500, "internal error");
-      }
-    };
+  // Every request goes through dispatch, which routes it by method and path: the same routing
+  // serves requests over HTTP and those handed to handle().
+  const auto dispatched = [this](const httplib::Request& request, httplib::Response& response) {
+    dispatch(request, response);
   };
-  server.Post(kPostPath, contained([this](const auto& request, auto& response) {
-                receive(request, response);
-              }));
-  server.Get(kListPath,
-             contained([this](const auto& request, auto& response) { list(request, response); }));
-  server.Get(kConfigPath,
-             contained([this](const auto&, auto& response) { serveConfig(response); }));
+  const char* anyPath = R"([\s\S]*)";
+  server.Get(anyPath, dispatched);  // HEAD too
+  server.Post(anyPath, dispatched);
+  server.Put(anyPath, dispatched);
+  server.Patch(anyPath, dispatched);
+  server.Delete(anyPath, dispatched);
+  server.Options(anyPath, dispatched);
   server.set_payload_max_length(kMaxBodyBytes);
   // The library's default also sets SO_REUSEPORT, which would let a second collector share a port
   // that is in use and take half of its posts. Address reuse alone still allows a restart on the
@@ -109,6 +103,26 @@ void CollectorServer::Impl::routes() {
     int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
   });
+}
+
+void CollectorServer::Impl::dispatch(const httplib::Request& request, httplib::Response& response) {
+  // Each request contains its own failures; nothing a client sends may end the server.
+  try {
+    const bool reads = request.method == "GET" || request.method == "HEAD";
+    if (request.method == "POST" && request.path == kPostPath) {
+      receive(request, response);
+    } else if (reads && request.path == kListPath) {
+      list(request, response);
+    } else if (reads && request.path == kConfigPath) {
+      serveConfig(response);
+    } else {
+      answerError(response, 404, "no such resource");
+    }
+  } catch (const std::exception& e) {
+    answerError(response, 500, e.what());
+  } catch (...) {
+    answerError(response, 500, "internal error");
+  }
 }
 
 bool CollectorServer::Impl::takeFailure() {
@@ -200,8 +214,8 @@ void CollectorServer::Impl::serveConfig(httplib::Response& response) const {
   response.set_content(*options.configDocument, kJsonType);
 }
 
-std::unique_ptr<CollectorServer> CollectorServer::start(CollectorOptions options,
-                                                        std::string* error) {
+std::unique_ptr<CollectorServer> CollectorServer::open(CollectorOptions options,
+                                                       std::string* error) {
   auto fail = [error](std::string message) -> std::unique_ptr<CollectorServer> {
     if (error) *error = std::move(message);
     return nullptr;
@@ -220,21 +234,52 @@ std::unique_ptr<CollectorServer> CollectorServer::start(CollectorOptions options
   std::string storeError;
   impl->store = ResponseStore::open(impl->options.database, storeError);
   if (!impl->store) return fail(storeError);
-
   impl->routes();
-  const std::string& bind = impl->options.bind;
-  if (impl->options.port == 0) {
-    impl->port = impl->server.bind_to_any_port(bind);
-    if (impl->port <= 0) return fail("cannot listen on " + bind + " on any port");
+  return std::unique_ptr<CollectorServer>(new CollectorServer(std::move(impl)));
+}
+
+std::unique_ptr<CollectorServer> CollectorServer::start(CollectorOptions options,
+                                                        std::string* error) {
+  auto collector = open(std::move(options), error);
+  if (!collector) return nullptr;
+  auto fail = [error](std::string message) -> std::unique_ptr<CollectorServer> {
+    if (error) *error = std::move(message);
+    return nullptr;
+  };
+  Impl& impl = *collector->impl_;
+  const std::string& bind = impl.options.bind;
+  if (impl.options.port == 0) {
+    impl.port = impl.server.bind_to_any_port(bind);
+    if (impl.port <= 0) return fail("cannot listen on " + bind + " on any port");
   } else {
-    if (!impl->server.bind_to_port(bind, impl->options.port)) {
-      return fail("cannot listen on " + bind + " port " + std::to_string(impl->options.port));
+    if (!impl.server.bind_to_port(bind, impl.options.port)) {
+      return fail("cannot listen on " + bind + " port " + std::to_string(impl.options.port));
     }
-    impl->port = impl->options.port;
+    impl.port = impl.options.port;
   }
 
-  impl->serve();
-  return std::unique_ptr<CollectorServer>(new CollectorServer(std::move(impl)));
+  impl.serve();
+  return collector;
+}
+
+CollectorAnswer CollectorServer::handle(const CollectorRequest& request) {
+  // Read as the server reads a request line: a fragment is dropped, the path is decoded, the
+  // query is split into parameters.
+  httplib::Request received;
+  received.method = request.method;
+  received.target = request.target.substr(0, request.target.find('#'));
+  const std::size_t query = received.target.find('?');
+  received.path = httplib::detail::decode_url(received.target.substr(0, query), false);
+  if (query != std::string::npos) {
+    httplib::detail::parse_query_text(received.target.substr(query + 1), received.params);
+  }
+  for (const auto& [name, value] : request.headers)
+    received.headers.emplace(name, value);
+  received.body = request.body;
+
+  httplib::Response response;
+  impl_->dispatch(received, response);
+  return {response.status, response.body};
 }
 
 CollectorServer::CollectorServer(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -280,7 +325,8 @@ void CollectorServer::suspend() {
 
 bool CollectorServer::resume() {
   std::lock_guard lock(impl_->stopMutex);
-  if (impl_->stopped) return false;
+  // A collector that was only opened has no address to listen on again.
+  if (impl_->stopped || impl_->port == 0) return false;
   if (impl_->thread.joinable()) return true;
   if (!impl_->server.bind_to_port(impl_->options.bind, impl_->port)) return false;
   impl_->serve();

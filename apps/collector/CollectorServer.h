@@ -20,13 +20,15 @@
 // without the header are each stored.
 //
 // The server runs on its own threads from `start` until `stop` or destruction. Every member
-// function may be called from any thread.
+// function may be called from any thread. A collector made with `open` has no socket: it answers
+// only the requests handed to `handle`.
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "collector/StoredResponse.h"
@@ -45,18 +47,36 @@ struct CollectorOptions {
   std::optional<std::string> configDocument;
 };
 
+// One request as it arrives over HTTP, and the answer to it.
+struct CollectorRequest {
+  std::string method;  // "GET", "POST", ...
+  std::string target;  // the path and query as sent: "/v2/api/survey-response?appId=a%20b"
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+};
+
+struct CollectorAnswer {
+  int status = 0;
+  std::string body;
+};
+
 class CollectorServer {
  public:
   // Opens the database, binds and starts serving. Returns null and fills `error` (when given)
   // with the reason when the options are invalid, the database cannot be opened or the address
   // cannot be bound.
   static std::unique_ptr<CollectorServer> start(CollectorOptions options, std::string* error);
+  // Opens the database but listens on no socket; null, with `error`, as for `start`.
+  static std::unique_ptr<CollectorServer> open(CollectorOptions options, std::string* error);
+
+  // Answers `request` on the calling thread exactly as the server answers one received over HTTP.
+  CollectorAnswer handle(const CollectorRequest& request);
 
   ~CollectorServer();
   CollectorServer(const CollectorServer&) = delete;
   CollectorServer& operator=(const CollectorServer&) = delete;
 
-  // The port listened on.
+  // The port listened on; 0 for a collector that was only opened.
   int port() const;
   // "http://ADDRESS:PORT", with a wildcard bind address replaced by the loopback address, so a
   // client on the same machine can use it as it stands.

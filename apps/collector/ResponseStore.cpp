@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "host/JsonDocument.h"
+
 namespace vlq::collector {
 namespace {
 
@@ -63,8 +65,7 @@ StoredResponse recordAt(const Statement& row) {
   stored.receivedAt = row.column(2);
   stored.url = row.column(3);
   stored.status = sqlite3_column_int(row.get(), 4);
-  stored.body = Json::parse(row.column(5), nullptr, false);
-  if (stored.body.is_discarded()) stored.body = nullptr;
+  stored.body = parseJsonDocument(row.column(5)).value_or(nullptr);
   stored.idempotencyKey = row.column(6);
   return stored;
 }

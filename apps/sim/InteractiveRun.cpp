@@ -2,9 +2,11 @@
 
 #include <QGuiApplication>
 #include <QTimer>
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <limits>
 #include <memory>
 
 #include "host/JsonDocument.h"
@@ -20,13 +22,13 @@ namespace {
 // The pause between two scripted actions, so that a watcher can follow them.
 constexpr int kActionPauseMs = 700;
 
-std::optional<double> waitSeconds(const ScriptLine& line) {
+// The pause that a valid "wait" asks for, at most what a timer can hold; none for any other line,
+// which the simulator performs (and notes when it is malformed).
+std::optional<int> waitMilliseconds(const ScriptLine& line) {
   if (line.words.size() != 2 || line.words[0] != "wait") return std::nullopt;
-  try {
-    return std::stod(line.words[1]);
-  } catch (const std::exception&) {
-    return std::nullopt;
-  }
+  const auto seconds = parseScriptNumber(line.words[1]);
+  if (!seconds || *seconds < 0) return std::nullopt;
+  return static_cast<int>(std::min(*seconds * 1000, double{std::numeric_limits<int>::max()}));
 }
 
 // Without a script, the window raises the trigger of the configuration's first survey, so that
@@ -64,8 +66,8 @@ int runInWindow(const SimulatorOptions& options, const std::vector<ScriptLine>& 
     if (next >= script.size()) return;
     const auto& line = script[next++];
     int pauseMs = kActionPauseMs;
-    if (auto seconds = waitSeconds(line)) {
-      pauseMs = static_cast<int>(*seconds * 1000);
+    if (auto wait = waitMilliseconds(line)) {
+      pauseMs = *wait;
     } else {
       simulator.perform(line);
       screen.refresh();

@@ -1,5 +1,8 @@
 #include "sim/Script.h"
 
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
 #include <sstream>
 
 namespace vlq::sim {
@@ -72,6 +75,26 @@ std::vector<ScriptLine> parseScript(const std::string& text, std::optional<Scrip
     lines.push_back({number, line, std::move(*words)});
   }
   return lines;
+}
+
+std::optional<double> parseScriptNumber(const std::string& word) {
+  if (word.empty()) return std::nullopt;
+  char* end = nullptr;
+  errno = 0;
+  const double value = std::strtod(word.c_str(), &end);
+  // Beyond the range of a double (ERANGE) counts as no number, as infinities and NaN do.
+  if (end != word.c_str() + word.size() || errno == ERANGE || !std::isfinite(value)) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std::int64_t low,
+                                                   std::int64_t high) {
+  const auto value = parseScriptNumber(word);
+  if (!value || *value != std::trunc(*value)) return std::nullopt;
+  if (*value < static_cast<double>(low) || *value > static_cast<double>(high)) return std::nullopt;
+  return static_cast<std::int64_t>(*value);
 }
 
 }  // namespace vlq::sim

@@ -4,6 +4,7 @@
 // Words are separated by spaces; a word in double quotes may hold spaces, and inside the quotes
 // \n, \" and \\ stand for a newline, a quote and a backslash.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,5 +29,13 @@ std::optional<std::vector<std::string>> splitScriptLine(const std::string& line,
 
 // Every non-empty line of `text`, split; stops at the first malformed line and reports it.
 std::vector<ScriptLine> parseScript(const std::string& text, std::optional<ScriptError>& error);
+
+// A number argument ("2.5", "-1", "1e3"): none unless the whole word is one finite number.
+std::optional<double> parseScriptNumber(const std::string& word);
+
+// A number argument that is a whole number from `low` to `high` (both at most 2^53 from zero, where
+// every whole number is exact): none for anything else.
+std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std::int64_t low,
+                                                   std::int64_t high);
 
 }  // namespace vlq::sim

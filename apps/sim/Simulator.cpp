@@ -1,5 +1,6 @@
 #include "sim/Simulator.h"
 
+#include <cmath>
 #include <fstream>
 #include <random>
 
@@ -37,7 +38,13 @@ namespace {
 constexpr double kPhoneWidth = 390;
 constexpr double kPhoneHeight = 844;
 constexpr std::int64_t kSurveyTriggerEvent = 15;
-constexpr double kMaxInjectedFailures = 1'000'000;
+// Event types and row numbers beyond these are refused rather than converted with overflow.
+constexpr double kLargestEventType = 9e15;
+constexpr std::int64_t kLargestRow = 1'000'000'000;
+// Backspaces beyond this many are refused: each is a key press, and a larger count would only
+// keep the simulator busy.
+constexpr double kMostBackspaces = 1'000'000;
+constexpr std::int64_t kMaxInjectedFailures = 1'000'000;
 
 std::filesystem::path makeWorkDirectory() {
   std::random_device device;
@@ -48,17 +55,6 @@ std::filesystem::path makeWorkDirectory() {
     if (std::filesystem::create_directory(path, error)) return path;
   }
   return {};
-}
-
-std::optional<double> parseNumber(const std::string& text) {
-  try {
-    std::size_t used = 0;
-    const double value = std::stod(text, &used);
-    if (used != text.size()) return std::nullopt;
-    return value;
-  } catch (const std::exception&) {
-    return std::nullopt;
-  }
 }
 
 // UTF-8 text split into characters, so that "keys" types one character per key press.
@@ -235,21 +231,19 @@ void Simulator::perform(const ScriptLine& line) {
     host_->raiseEvent(VLQEvent(kSurveyTriggerEvent, Json{{"id", words[1]}}));
   } else if (action == "event") {
     if (words.size() != 3) return wrongArguments();
-    const auto type = parseNumber(words[1]);
+    const auto type = parseScriptNumber(words[1]);
     auto info = parseJsonDocument(words[2]);
-    if (!type || !info) return wrongArguments();
+    if (!type || std::abs(*type) > kLargestEventType || !info) return wrongArguments();
     host_->raiseEvent(VLQEvent(static_cast<std::int64_t>(*type), std::move(*info)));
   } else if (action == "wait") {
-    const auto seconds = words.size() == 2 ? parseNumber(words[1]) : std::nullopt;
+    const auto seconds = words.size() == 2 ? parseScriptNumber(words[1]) : std::nullopt;
     if (!seconds || *seconds < 0) return wrongArguments();
     advance(*seconds);
   } else if (action == "tap") {
     tapAction(words);
   } else if (action == "rate") {
-    const auto level = words.size() == 2 ? parseNumber(words[1]) : std::nullopt;
-    if (!level || *level < 0 || *level > 4 || *level != static_cast<int>(*level)) {
-      return wrongArguments();
-    }
+    const auto level = words.size() == 2 ? parseScriptWholeNumber(words[1], 0, 4) : std::nullopt;
+    if (!level) return wrongArguments();
     const auto survey = page();
     const auto row = survey ? std::dynamic_pointer_cast<ui::VLQRatingCell>(
                                   survey->surveyTableView()->cellForRowAtIndexPath({0, 0}))
@@ -258,7 +252,7 @@ void Simulator::perform(const ScriptLine& line) {
     const std::shared_ptr<UIView> buttons[] = {row->buttonPoor(), row->buttonAverage(),
                                                row->buttonGood(), row->buttonSuper(),
                                                row->buttonFantastic()};
-    tapView(buttons[static_cast<int>(*level)], "rating button " + words[1]);
+    tapView(buttons[*level], "rating button " + words[1]);
   } else if (action == "type" || action == "focus" || action == "keys" || action == "backspace" ||
              action == "paste" || action == "return") {
     keyAction(action, words);
@@ -292,8 +286,10 @@ void Simulator::collectorAction(const ScriptLine& line) {
     }
     return;
   }
-  const auto count = words.size() == 3 && what == "fail" ? parseNumber(words[2]) : std::nullopt;
-  if (!count || *count < 0 || *count > kMaxInjectedFailures || *count != static_cast<int>(*count)) {
+  const auto count = words.size() == 3 && what == "fail"
+                         ? parseScriptWholeNumber(words[2], 0, kMaxInjectedFailures)
+                         : std::nullopt;
+  if (!count) {
     return output_.note("line " + std::to_string(line.number) +
                         ": wrong arguments for \"collector\"");
   }
@@ -349,11 +345,9 @@ void Simulator::tapAction(const std::vector<std::string>& words) {
     return output_.note("tap choice: no choice \"" + words[2] + "\"");
   }
   if (target == "row" && words.size() == 3) {
-    const auto row = parseNumber(words[2]);
-    if (!row || *row < 0 || *row != static_cast<std::int64_t>(*row)) {
-      return output_.note("tap row: not a row number: " + words[2]);
-    }
-    return tapRow(static_cast<std::int64_t>(*row), "row " + words[2]);
+    const auto row = parseScriptWholeNumber(words[2], 0, kLargestRow);
+    if (!row) return output_.note("tap row: not a row number: " + words[2]);
+    return tapRow(*row, "row " + words[2]);
   }
   output_.note("tap: unknown target \"" + target + "\"");
 }
@@ -387,9 +381,11 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
   } else if (action == "paste") {
     field->paste(words[1]);
   } else if (action == "backspace") {
-    const auto count = parseNumber(words[1]);
-    if (!count || *count < 0) return output_.note("backspace: not a count: " + words[1]);
-    for (int i = 0; i < static_cast<int>(*count); ++i)
+    const auto count = parseScriptNumber(words[1]);
+    if (!count || *count < 0 || *count > kMostBackspaces) {
+      return output_.note("backspace: not a count: " + words[1]);
+    }
+    for (std::int64_t i = 0; i < static_cast<std::int64_t>(*count); ++i)
       field->deleteBackward();
   } else if (action == "return") {
     field->insertText("\n");

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "host/JsonTreeBuilder.h"
+
 namespace vlq {
 namespace {
 
@@ -54,10 +56,11 @@ std::optional<Json> parseJsonDocument(std::string_view text, JsonParseError* err
     return std::nullopt;
   }
   try {
-    return Json::parse(text.begin(), text.end());
-  } catch (const Json::parse_error& failure) {
+    JsonTreeBuilder builder;
+    if (Json::sax_parse(text.begin(), text.end(), &builder)) return std::move(builder.result());
     // The parser counts bytes from 1 and points at the last one it read.
-    describeError(text, failure.byte > 0 ? failure.byte - 1 : 0, failure.what(), error);
+    const std::size_t byte = builder.errorByte();
+    describeError(text, byte > 0 ? byte - 1 : 0, builder.errorMessage(), error);
   } catch (const std::bad_alloc&) {
     describeError(text, 0, "too large to hold in memory", error);
   } catch (const std::exception& failure) {

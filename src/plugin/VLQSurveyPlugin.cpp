@@ -199,10 +199,12 @@ void VLQSurveyPlugin::addLaunchViewToWindow() {
         return step;
       });
       scheduled = true;
-      // Every matching entry schedules its own invitation; the fields keep the last match.
-      VLQController::sharedController()->executeAfterDelay(delay, [plugin = self(), entry, index] {
-        contained([&] { plugin->delayDidExpire(entry, index); });
-      });
+      // Every matching entry schedules its own invitation; the fields keep the last match. The
+      // block holds the document, which never changes, rather than a copy of the entry.
+      VLQController::sharedController()->executeAfterDelay(
+          delay, [plugin = self(), document, entry = &entry, index] {
+            contained([&] { plugin->delayDidExpire(*entry, index); });
+          });
     }
     if (!scheduled) {
       trace([&] {

@@ -1,8 +1,6 @@
 // How the page ends: "Next" with an answer, the submission and its post, the close action, and
 // the clean-up when the page goes away.
 
-#include <exception>
-
 #include "host/Log.h"
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
@@ -92,7 +90,7 @@ void VLQSurveySession::submit() {
                           }
                           VLQController::sharedController()->logAppEventWithName(
                               "vlq_survey_completed", infoAtSubmission);
-                        } catch (const std::exception&) {
+                        } catch (...) {
                           // A failing host ends the step; nothing reaches the caller.
                         }
                       });
@@ -101,7 +99,7 @@ void VLQSurveySession::submit() {
     try {
       if (self->successView_) self->successView_->removeFromSuperview();
       if (self->surveyPlugin_) self->surveyPlugin_->willDismissSurvey();
-    } catch (const std::exception&) {
+    } catch (...) {
       // The screen stays as it is rather than taking the application down.
     }
   });

@@ -1,5 +1,6 @@
 #include "toolkit/Clock.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <mutex>
@@ -39,7 +40,8 @@ void SystemClock::sleepUntil(double deadline) {
   // NaN and infinite deadlines are refused rather than sleeping forever.
   if (!std::isfinite(deadline)) return;
   for (double remaining = deadline - now(); remaining > 0; remaining = deadline - now()) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(remaining));
+    // In steps of at most an hour: a far deadline cannot be converted to the clock's ticks.
+    std::this_thread::sleep_for(std::chrono::duration<double>(std::min(remaining, 3600.0)));
   }
 }
 

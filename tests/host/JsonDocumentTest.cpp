@@ -31,9 +31,35 @@ TEST(JsonDocumentTest, SaysWhereATextStopsBeingJson) {
   EXPECT_FALSE(error.message.empty());
 
   using namespace std::string_literals;
-  for (const std::string& text : {""s, "{"s, "{} []"s, "\"\xff\""s, "{\"a\": \"x\0y\"}"s}) {
+  for (const std::string& text :
+       {""s, "{"s, "{} []"s, "\"\xff\""s, "{\"a\": \"x\0y\"}"s, "[1e400]"s}) {
     EXPECT_FALSE(parseJsonDocument(text)) << text;
   }
+  // An escaped NUL is a character like any other.
+  EXPECT_EQ(parseJsonDocument(R"("x\u0000y")"), Json("x\0y"s));
+}
+
+TEST(JsonDocumentTest, ReadsObjectsAsTheJsonLibraryDoesInTimeLinearInTheirKeys) {
+  // A repeated key keeps its first place and takes its last value, in small and large objects.
+  std::string text = "{";
+  for (int key = 0; key < 40; ++key)
+    text += "\"k" + std::to_string(key % 25) + "\": [" + std::to_string(key) + ", {}], ";
+  text += "\"k3\": null}";
+  EXPECT_EQ(parseJsonDocument(text), Json::parse(text));
+  EXPECT_EQ(parseJsonDocument(R"({"a": 1, "b": {"c": [true, 2.5, "x"]}, "a": -3})")->dump(),
+            R"({"a":-3,"b":{"c":[true,2.5,"x"]}})");
+
+  // Scanning the keys for each new one would take minutes here.
+  constexpr int kKeys = 300000;
+  text = "{";
+  for (int key = 0; key < kKeys; ++key)
+    text += "\"" + std::to_string(key) + "\":" + std::to_string(key) + ",";
+  text += "\"7\": \"again\"}";
+  const auto many = parseJsonDocument(text);
+  ASSERT_TRUE(many);
+  EXPECT_EQ(many->size(), static_cast<std::size_t>(kKeys));
+  EXPECT_EQ(valueForKey(*many, "7"), "again");
+  EXPECT_EQ(valueForKey(*many, std::to_string(kKeys - 1)), kKeys - 1);
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include "host/VLQContextEvaluator.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
+#include "host/reference/ReferenceUtilities.h"
 #include "plugin/VLQSurveyPlugin.h"
 #include "support/RecordingHost.h"
 #include "toolkit/DispatchQueue.h"
@@ -53,18 +54,6 @@ class SyncRecordingHost : public vlq::test::RecordingHost {
   std::vector<std::pair<std::string, std::string>> syncRequests_;
 };
 
-// Reads configuration files from disk and answers the toolkit's key window.
-class FileUtilities : public VLQUtilities {
- protected:
-  Json readConfigAtPath(const std::string& path) override {
-    std::ifstream file(path);
-    return Json::parse(file, nullptr, false);
-  }
-  std::shared_ptr<toolkit::UIWindow> currentKeyWindow() override {
-    return toolkit::UIWindow::keyWindow();
-  }
-};
-
 // Keeps every document handed to it.
 class RecordingEvaluator : public VLQContextEvaluator {
  public:
@@ -87,7 +76,9 @@ class PluginTest : public ::testing::Test {
   void SetUp() override {
     toolkit::setMainRunLoop(loop);
     vlq::VLQController::installSharedController(host);
-    VLQUtilities::installShared(std::make_shared<FileUtilities>());
+    // The reference host's utilities: the configuration file read through the JSON document
+    // reader, the toolkit's key window.
+    VLQUtilities::installShared(std::make_shared<reference::ReferenceUtilities>());
     VLQContextEvaluator::installSharedInstance(evaluator);
     static std::atomic<int> counter{0};
     library = std::filesystem::temp_directory_path() /

@@ -105,6 +105,30 @@ TEST_F(PluginTest, DocumentsOfTheWrongShapeMatchNothingAndThrowNothing) {
   EXPECT_TRUE(host->takeDelayed().empty());
 }
 
+TEST_F(PluginTest, DocumentsNestedTooDeepReadAsUnreadableWhereverTheDepthIs) {
+  // Deep enough to exhaust a thread's stack if any copy of the value recursed on it: inside the
+  // matched "ui", and before the key that holds the surveys.
+  const std::string deep = std::string(60000, '[') + std::string(60000, ']');
+  const std::string entry = kRoundEntry.dump();  // {"_id":"s1","ui":{...}}
+  const std::string deepInUi = entry.substr(0, entry.size() - 2) + ", \"deep\": " + deep + "}}";
+  for (const std::string& text : {"{\"configs\": [" + deepInUi + "]}",
+                                  "{\"deep\": " + deep + ", \"configs\": [" + entry + "]}"}) {
+    plugin = VLQSurveyPlugin::create();
+    std::ofstream(library / std::string(kSurveyConfigLocation)) << text;
+    plugin->initialize({});
+    const auto completion = host->takeSyncCompletion();
+    completion();
+    EXPECT_TRUE(plugin->surveyConfig().is_null());
+
+    // A later sync of a sound document is read, and its survey is offered.
+    writeConfig(Json{{"configs", Json::array({kRoundEntry})}});
+    completion();
+    trigger("s1");
+    EXPECT_EQ(runDelayed(), 1u);
+    EXPECT_EQ(host->eventNames().back(), "vlq_survey_dialog_launched");
+  }
+}
+
 TEST_F(PluginTest, WithoutAKeyWindowNothingShowsAndThePluginStaysBusy) {
   initializeWith(Json{{"configs", Json::array({kRoundEntry})}});
   auto other = std::make_shared<UIWindow>();

@@ -98,6 +98,17 @@ TEST_F(SurveyPageTest, FailedPostsAndQuietLogLevelsLogNoCompletion) {
   EXPECT_EQ(plugin->dismissals, 3);
 }
 
+TEST_F(SurveyPageTest, WhateverTheHostThrowsStaysOutOfItsCompletionThread) {
+  show(Json::parse(R"({"questions": [{"id": "1", "title": "Only", "answer_mode": "rating"}]})"));
+  ASSERT_TRUE(tap(ratingRow()->buttonPoor()));
+  ASSERT_TRUE(tap(page->submitButton()));
+  struct ThrowingHost : vlq::test::RecordingHost {
+    void logAppEventWithName(const std::string&, const Json&) override { throw 42; }
+  };
+  VLQController::installSharedController(std::make_shared<ThrowingHost>());
+  EXPECT_NO_THROW(host->answerNextPost(200));
+}
+
 TEST_F(SurveyPageTest, CloseDismissesFirstThenLogs) {
   show(threeQuestionSurvey());
   ASSERT_TRUE(tap(page->nextButton()));
@@ -142,7 +153,7 @@ TEST_F(SurveyPageTest, KeyboardShiftsThePageUntilItGoes) {
 
 TEST_F(SurveyPageTest, FramesOnThePhone) {
   show(threeQuestionSurvey());
-  auto frameOf = [this](const std::shared_ptr<UIView>& view) {
+  auto frameOf = [](const std::shared_ptr<UIView>& view) {
     return view->convertRectToView(view->bounds(), nullptr);
   };
   EXPECT_EQ(frameOf(page->vlqSurveyProgressView()), CGRectMake(0, 47, 390, 10));

@@ -1,5 +1,6 @@
 #include "host/reference/AnalyticsStore.h"
 
+#include "host/JsonDocument.h"
 #include "host/reference/SqliteDatabase.h"
 
 namespace vlq::reference {
@@ -58,8 +59,7 @@ std::vector<StoredEvent> AnalyticsStore::events() const {
     StoredEvent event;
     event.sequence = select.integer(0);
     event.name = select.text(1);
-    event.info = Json::parse(select.text(2), nullptr, false);
-    if (event.info.is_discarded()) event.info = nullptr;
+    event.info = parseJsonDocument(select.text(2)).value_or(nullptr);
     event.time = select.real(3);
     stored.push_back(std::move(event));
   }

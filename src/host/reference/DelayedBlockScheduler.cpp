@@ -1,5 +1,6 @@
 #include "host/reference/DelayedBlockScheduler.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -12,6 +13,14 @@
 #include "toolkit/RunLoop.h"
 
 namespace vlq::reference {
+
+namespace {
+
+// The longest single wait on the system clock. A delay of any length, infinite included, is waited
+// in steps of at most this, since a longer time cannot be converted to the clock's ticks.
+constexpr double kLongestWaitSeconds = 3600;
+
+}  // namespace
 
 // The blocks waiting to run, by due time and then by the order they were scheduled.
 struct DelayedBlockScheduler::Timetable {
@@ -53,7 +62,8 @@ bool DelayedBlockScheduler::Timetable::waitUntil(const std::shared_ptr<toolkit::
     while (!stopped) {
       const double remaining = deadline - clock->now();
       if (!(remaining > 0)) break;
-      changed.wait_for(lock, std::chrono::duration<double>(remaining));
+      changed.wait_for(lock,
+                       std::chrono::duration<double>(std::min(remaining, kLongestWaitSeconds)));
     }
     return !stopped;
   }

@@ -233,6 +233,45 @@ TEST(CollectorServer, AnObserverThatThrowsDoesNotLoseTheBody) {
   EXPECT_EQ(server->responses().size(), 1u);
 }
 
+TEST(CollectorServer, AnswersHandedRequestsAsItAnswersThemOverHttp) {
+  CollectorOptions options;
+  options.configDocument = R"({"configs": []})";
+  auto server = startServer(options);
+  ASSERT_TRUE(server);
+  std::string error;
+  auto socketless = CollectorServer::open(options, &error);
+  ASSERT_TRUE(socketless) << error;
+  EXPECT_EQ(socketless->port(), 0);
+
+  httplib::Client client(server->baseUrl());
+  const std::vector<CollectorRequest> requests{
+      {"POST", "/v2/api/survey-response?appId=my%20app&x=1#part", {}, R"({"n":1})"},
+      {"POST", "/v2/api/survey-response?appId=my%20app", {}, "[1]"},
+      {"POST", "/v2/api/survey-response", {}, R"({"n":2})"},
+      {"GET", "/v2/api/survey-responses?appId=", {}, ""},
+      {"GET", "/v2/api/survey-responses?appId=my%20app", {}, ""},
+      {"GET", "/v2/api/surveys", {}, ""},
+      {"GET", "/v2/api/survey-response", {}, ""},
+      {"POST", "/v2/api/survey-responses", {}, "{}"},
+      {"DELETE", "/v2/api/survey-responses", {}, ""},
+      {"PUT", "/v2/api/survey-response", {}, "{}"},
+  };
+  for (const auto& request : requests) {
+    SCOPED_TRACE(request.method + " " + request.target);
+    const char* target = request.target.c_str();
+    const auto overHttp = request.method == "GET" ? client.Get(target)
+                          : request.method == "POST"
+                              ? client.Post(target, request.body, "text/plain")
+                          : request.method == "PUT" ? client.Put(target, request.body, "text/plain")
+                                                    : client.Delete(target);
+    ASSERT_TRUE(overHttp);
+    const CollectorAnswer handed = socketless->handle(request);
+    EXPECT_EQ(handed.status, overHttp->status);
+    EXPECT_EQ(handed.body, overHttp->body);
+  }
+  EXPECT_EQ(socketless->responses().size(), 2u);
+}
+
 TEST(CollectorServer, ReportsWhyItCannotStart) {
   auto running = startServer();
   ASSERT_TRUE(running);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <limits>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -179,6 +180,9 @@ TEST(DelayedBlocksOnTheSystemClock, RunAfterTheDelayAndShutdownDoesNotWaitForLon
     ranAfter.store(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
   });
   host->executeAfterDelay(600, [] {});
+  // Too long for the clock's ticks: waited without end, never run.
+  host->executeAfterDelay(1e300, [] {});
+  host->executeAfterDelay(std::numeric_limits<double>::infinity(), [] {});
   while (ranAfter.load() < 0 && std::chrono::steady_clock::now() - start < std::chrono::seconds(10))
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   EXPECT_GE(ranAfter.load(), 0.05);

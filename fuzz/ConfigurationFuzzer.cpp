@@ -1,0 +1,123 @@
+// Fuzz target: the configuration document. The input's first line is a trigger id and the rest
+// is the configuration file, byte for byte. The plug-in reads the file through the reference
+// host's utilities and looks the id up, and every record is built from each entry with that id,
+// as the invitation and the survey page build them.
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "FuzzChecks.h"
+#include "host/JsonDocument.h"
+#include "host/Log.h"
+#include "host/VLQSurveyConstants.h"
+#include "host/reference/ReferenceUtilities.h"
+#include "model/DialogConfig.h"
+#include "model/VLQQuestionsModel.h"
+#include "plugin/VLQSurveyPlugin.h"
+#include "support/RecordingHost.h"
+#include "toolkit/DispatchQueue.h"
+#include "toolkit/NSFileManager.h"
+#include "toolkit/UIWindow.h"
+#include "toolkit/VirtualRunLoop.h"
+
+namespace {
+
+using namespace vlq;
+using fuzz::require;
+
+// What stays for the whole run: a Library directory, the main loop, the reference host's
+// utilities and a key window.
+struct Fixture {
+  Fixture() {
+    // The plug-in's log lines are still made, but not written: writing them would cost more than
+    // running the input.
+    setLogSink([](std::string_view) {});
+    std::filesystem::create_directories(library);
+    toolkit::setUserLibraryDirectory(library.string());
+    toolkit::setMainRunLoop(loop);
+    VLQUtilities::installShared(std::make_shared<reference::ReferenceUtilities>());
+    window->makeKeyAndVisible();
+  }
+
+  std::filesystem::path library = std::filesystem::temp_directory_path() /
+                                  ("vlq-fuzz-configuration-" + std::to_string(::getpid()));
+  std::string configPath = (library / std::string(kSurveyConfigLocation)).string();
+  std::shared_ptr<toolkit::VirtualRunLoop> loop = std::make_shared<toolkit::VirtualRunLoop>();
+  std::shared_ptr<toolkit::UIWindow> window = std::make_shared<toolkit::UIWindow>();
+};
+
+// Builds every record of a matched "ui" and reads every field that the views show.
+void buildRecords(const Json& ui) {
+  const auto dialog = DialogConfig::initWith(ui);
+  require(dialog != nullptr);
+  describe(dialog->yesText());
+  describe(dialog->noText());
+  describe(dialog->title());
+  const auto questions = VLQQuestionsModel::initWithQuestionDictinary(ui);
+  require(questions != nullptr);
+  const auto count = static_cast<std::int32_t>(questions->questionsArray().size());
+  require(questions->getQuestionForIndexPath(-1) != nullptr);
+  require(questions->getQuestionForIndexPath(count + 1) != nullptr);
+  for (std::int32_t index = 0; index < count; ++index) {
+    const auto question = questions->getQuestionForIndexPath(index);
+    require(question != nullptr);
+    describe(question->questionTitle());
+    intValue(question->questionId());
+    for (const auto& choice : question->choicesArray()) {
+      require(choice != nullptr);
+      describe(choice->surveyValue());
+      describe(choice->surveyId());
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Fixture fixture;
+  const std::string input(reinterpret_cast<const char*>(data), size);
+  const std::size_t lineEnd = input.find('\n');
+  const std::string id = lineEnd == std::string::npos ? std::string() : input.substr(0, lineEnd);
+  const std::string text = lineEnd == std::string::npos ? input : input.substr(lineEnd + 1);
+  std::ofstream(fixture.configPath, std::ios::binary | std::ios::trunc) << text;
+
+  // A host of its own for each input, which lets go of the plug-in with it.
+  const auto host = test::RecordingHost::install();
+  auto plugin = plugin::VLQSurveyPlugin::create();
+  plugin->initialize({});
+  host->takeSyncCompletion()();
+  // The document is what the JSON library reads, or nothing when it reads nothing or nests too
+  // deep; either way the plug-in holds it.
+  const Json expected = fuzz::expectedDocument(text, kMaxJsonDepth);
+  const Json document = plugin->surveyConfig();
+  require(expected.is_discarded() ? document.is_null() : document == expected);
+
+  plugin->onEvent(
+      std::make_shared<const VLQEvent>(plugin::kSurveyTriggerEventType, Json{{"id", id}}));
+  fixture.loop->runUntilIdle();
+  std::size_t sameId = 0;
+  std::size_t withUi = 0;
+  const Json& configs = valueForKey(document, "configs");
+  if (configs.is_array()) {
+    for (const Json& entry : configs) {
+      if (!isEqualToString(valueForKey(entry, "_id"), id)) continue;
+      ++sameId;
+      const Json& ui = valueForKey(entry, "ui");
+      if (ui.is_object()) ++withUi;
+      buildRecords(ui);
+    }
+  }
+  // Each entry with the id schedules its invitation when it has a "ui".
+  const std::size_t scheduled = host->takeDelayed().size();
+  require(scheduled >= withUi && scheduled <= sameId);
+  if (scheduled > 0) buildRecords(plugin->dialogDictionary());
+  VLQController::installSharedController(nullptr);
+  return 0;
+}
