@@ -94,9 +94,10 @@ void lintEntries(const Json& configs, LintReport& report) {
       report.add("duplicate-id", Severity::Error, path + "/_id",
                  entryPath(shown.front()) + " has the id " + quoted(*id) +
                      " too, so one trigger schedules a survey for each of the " +
-                     std::to_string(shown.size()) + " entries at once, and every one of them " +
-                     "opens the questions and thank-you text of the last, " +
-                     entryPath(shown.back()) + ".");
+                     std::to_string(shown.size()) + " entries at once, each after its own delay " +
+                     "and with its own card texts, and the last, " + entryPath(shown.back()) +
+                     ", decides for every one of them whether a card invites to it and which " +
+                     "questions and thank-you text it opens.");
     }
     const Json& lastUi = surveyEntryUi(configs[shown.back()]);
     report.surveys.push_back(lintSurvey(*id, ui, path + "/ui", lastUi, report));
@@ -134,6 +135,11 @@ LintReport lintConfiguration(std::string_view text) {
         "configs-missing", Severity::Error, "/configs",
         what + ", so no trigger finds a survey, and each one leaves the plug-in " + kStuck + ".");
     return report;
+  }
+  if (configs.empty()) {
+    report.add("no-surveys", Severity::Info, "/configs",
+               "The list is empty, so no trigger finds a survey, and each one leaves the plug-in " +
+                   std::string(kStuck) + ".");
   }
   lintEntries(configs, report);
   return report;

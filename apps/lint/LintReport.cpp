@@ -35,4 +35,13 @@ std::string quoted(const std::string& text) {
   return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+std::string shownValue(const Json& value) {
+  if (isMissing(value)) return "none";
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json reportedValue(const Json& value) {
+  return isMissing(value) ? Json() : value;
+}
+
 }  // namespace vlq::lint

@@ -72,4 +72,11 @@ std::string formatSeconds(double seconds);
 // `text` in double quotes, for messages.
 std::string quoted(const std::string& text);
 
+// A value from the document as messages show it: a string in double quotes, anything else as its
+// JSON text ("none" when absent).
+std::string shownValue(const Json& value);
+
+// A value from the document as the JSON report gives it: as it stands, null when absent.
+Json reportedValue(const Json& value);
+
 }  // namespace vlq::lint

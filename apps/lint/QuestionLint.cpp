@@ -31,6 +31,13 @@ std::vector<std::size_t> lintChoices(const Json& question, const std::string& qu
     const auto reason = VLQChoiceModel::whyDropped(choice);
     if (!reason) {
       kept.push_back(index);
+      const Json& value = valueForKey(choice, "value");
+      if (!value.is_string()) {
+        report.add("choice-value-not-text", Severity::Warning,
+                   elementPath(questionPath + "/choices", index) + "/value",
+                   "The choice's \"value\" is " + kindOfValue(value) +
+                       ", not a text, so its row shows no text.");
+      }
       continue;
     }
     std::string message;
@@ -41,7 +48,7 @@ std::vector<std::size_t> lintChoices(const Json& question, const std::string& qu
     } else if (*reason == VLQChoiceModel::DropReason::EmptyValue) {
       message = "The choice's \"value\" is empty";
     } else {
-      message = "The choice " + quoted(describe(valueForKey(choice, "value"))) + " has no \"id\"";
+      message = "The choice " + shownValue(valueForKey(choice, "value")) + " has no \"id\"";
     }
     report.add("choice-dropped", Severity::Error, elementPath(questionPath + "/choices", index),
                message + kLeftOut);
@@ -59,7 +66,7 @@ void lintQuestionId(const VLQQuestionModel& question, const Json& element, const
       ", so its answers are sent with question id " + std::to_string(number) + ".";
   report.add("question-id-not-integer", Severity::Warning, path + "/id",
              element.contains("id")
-                 ? "The id " + quoted(describe(id)) + " is not a plain whole number" + sent
+                 ? "The id " + shownValue(id) + " is not a plain whole number" + sent
                  : "The question has no \"id\"" + sent);
 }
 
@@ -71,7 +78,7 @@ void lintAnswerMode(const VLQQuestionModel& question, const Json& element, const
     return;
   }
   const std::string what = element.contains("answer_mode")
-                               ? quoted(describe(mode)) + " is not a known answer mode"
+                               ? shownValue(mode) + " is not a known answer mode"
                                : "There is no \"answer_mode\"";
   report.add("unknown-answer-mode", Severity::Error, path + "/answer_mode",
              what + ", so the rows show but choosing one records no answer (only an Other row " +
@@ -134,6 +141,11 @@ std::optional<QuestionSummary> lintQuestion(const Json& element, const std::stri
   // A rating question shows its own five buttons: its choices, dropped or not, never show.
   const bool rating = isEqualToString(question->answerMode(), kRating);
   const auto keptPlaces = rating ? std::vector<std::size_t>() : lintChoices(element, path, report);
+  if (!question->questionTitle().is_string()) {
+    report.add("title-not-text", Severity::Warning, path + "/title",
+               "The \"title\" is " + kindOfValue(question->questionTitle()) +
+                   ", not a text, so the question shows with an empty title.");
+  }
   lintQuestionId(*question, element, path, report);
   lintAnswerMode(*question, element, path, report);
   QuestionSummary summary;
@@ -170,8 +182,9 @@ std::vector<QuestionSummary> lintQuestions(const Json& ui, const std::string& ui
   }
   if (kept.empty()) {
     report.add("no-questions", Severity::Error, path,
-               (questions.empty()
-                    ? std::string("The list is empty")
+               (questions.empty() ? std::string("The list is empty")
+                : questions.size() == 1
+                    ? std::string("Its one question is left out")
                     : "None of its " + std::to_string(questions.size()) + " questions is kept") +
                    givesBack);
   }

@@ -12,18 +12,17 @@ Json rowsJson(const std::vector<RowSummary>& rows) {
   return list;
 }
 
-// A value from the document as the text shows it: a string in quotes, anything else as JSON.
-std::string shown(const Json& value) {
-  return value.is_string() ? quoted(value.get<std::string>()) : describe(value);
-}
-
 std::string count(std::size_t number, const std::string& noun) {
   return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
 
 void appendQuestion(std::string& text, std::size_t number, const QuestionSummary& question) {
-  text += "  " + std::to_string(number) + ". " + shown(question.title) + " (id " +
-          shown(question.id) + ", " + shown(question.mode);
+  // The title as the header shows it: anything but a string leaves the header empty.
+  const std::string title =
+      question.title.is_string() ? quoted(question.title.get<std::string>()) : "(no title)";
+  const std::string id = isMissing(question.id) ? "no id" : "id " + shownValue(question.id);
+  const std::string mode = isMissing(question.mode) ? "no answer mode" : shownValue(question.mode);
+  text += "  " + std::to_string(number) + ". " + title + " (" + id + ", " + mode;
   if (question.required) text += ", required";
   if (question.randomized) text += ", shuffled with any \"Other\" last";
   text += ")\n";
@@ -56,9 +55,9 @@ Json reportJson(const LintReport& report) {
   for (const auto& survey : report.surveys) {
     Json questions = Json::array();
     for (const auto& question : survey.questions) {
-      questions.push_back({{"id", question.id},
-                           {"title", question.title},
-                           {"mode", question.mode},
+      questions.push_back({{"id", reportedValue(question.id)},
+                           {"title", reportedValue(question.title)},
+                           {"mode", reportedValue(question.mode)},
                            {"rows", rowsJson(question.rows)},
                            {"required", question.required},
                            {"randomized", question.randomized}});

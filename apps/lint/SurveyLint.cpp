@@ -70,16 +70,24 @@ void lintDialogText(const Json& dialog, const std::string& dialogPath, std::stri
              what + ", so " + outcome + ".");
 }
 
-// `invitation`: whether a trigger for the entry's id shows an invitation card at all.
+// `invitation`: whether a trigger for the entry's id shows an invitation card at all. Another entry
+// with the same id can decide that there is one; the card's texts and shape are still this entry's.
 void lintDialog(const Json& ui, const std::string& uiPath, bool invitation, LintReport& report) {
   const std::string path = uiPath + "/dialog_config";
+  const bool present = ui.contains("dialog_config");
   // Null, like a missing key, asks for no invitation.
-  if (ui.contains("dialog_config") && !ui["dialog_config"].is_null() &&
-      !ui["dialog_config"].is_object()) {
-    report.add("dialog-config-invalid", Severity::Error, path,
-               "\"dialog_config\" is " + kindOfValue(ui["dialog_config"]) + ", not an object, so " +
-                   (invitation ? "its invitation card shows no texts."
-                               : "there is no invitation: the survey page opens directly."));
+  const bool invalid =
+      present && !ui["dialog_config"].is_null() && !ui["dialog_config"].is_object();
+  if (!surveyOpensWithInvitation(ui) && (invalid || invitation)) {
+    const std::string what =
+        present ? "\"dialog_config\" is " + kindOfValue(ui["dialog_config"]) + ", not an object"
+                : "There is no \"dialog_config\"";
+    const std::string outcome =
+        invitation ? ", yet the last entry with this id asks for an invitation, so this entry's "
+                     "card has no title or sub-title and round buttons that read \"(null)\"."
+                   : ", so there is no invitation: the survey page opens directly.";
+    report.add(invalid ? "dialog-config-invalid" : "dialog-text-missing", Severity::Error, path,
+               what + outcome);
   }
   if (!invitation || !surveyOpensWithInvitation(ui)) return;
   const Json& dialog = ui["dialog_config"];

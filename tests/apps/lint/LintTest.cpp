@@ -68,6 +68,12 @@ TEST(LintTest, EveryFaultIsFoundWithItsCodeSeverityAndPath) {
       {"warning", "button-type-case", "/configs/21/ui/dialog_config/button_type"},
       {"warning", "dialog-text-missing", "/configs/21/ui/dialog_config/yes_text"},
       {"info", "dialog-text-missing", "/configs/21/ui/dialog_config/description"},
+      {"error", "dialog-text-missing", "/configs/22/ui/dialog_config"},
+      {"error", "duplicate-id", "/configs/23/_id"},
+      {"warning", "choice-value-not-text", questions(24) + "/0/choices/0/value"},
+      {"warning", "title-not-text", questions(24) + "/0/title"},
+      {"warning", "question-id-not-integer", questions(24) + "/0/id"},
+      {"error", "unknown-answer-mode", questions(24) + "/0/answer_mode"},
   };
   EXPECT_EQ(found(report), expected);
 
@@ -88,16 +94,23 @@ TEST(LintTest, EveryFaultIsFoundWithItsCodeSeverityAndPath) {
   says("question-id-not-integer", questions(15) + "/0/id", "question id 0");
   says("delay-invalid", "/configs/18/ui/delay", "0 s, so the survey comes at once");
   says("dialog-text-missing", "/configs/21/ui/dialog_config/yes_text", "reads \"(null)\"");
+  says("dialog-text-missing", "/configs/22/ui/dialog_config", "read \"(null)\"");
 
   // Only the surveys a trigger can show are summarised; the shuffled question lists "Other" last
   // and leaves the hidden one's row blank.
   const auto json = reportJson(report);
-  EXPECT_EQ(json["surveys"].size(), 17u);
+  EXPECT_EQ(json["surveys"].size(), 20u);
   EXPECT_EQ(json["surveys"][0]["id"], "twice");
   EXPECT_EQ(json["surveys"][8]["id"], "other-twice");
   EXPECT_EQ(json["surveys"][8]["questions"][0]["rows"],
             Json::parse(R"([{"kind": "option", "text": "B"}, {"kind": "other", "text": "Other"},
                             {"kind": "blank", "text": null}])"));
+  // Absent keys are null in the report, and the card of the first "card-from-last" is shown.
+  EXPECT_EQ(json["surveys"][17]["invitation"], true);
+  EXPECT_EQ(json["surveys"][19]["questions"][0],
+            Json::parse(R"({"id": null, "title": null, "mode": null,
+                            "rows": [{"kind": "option", "text": null}],
+                            "required": false, "randomized": false})"));
 }
 
 TEST(LintTest, DuplicatesShowTheLastEntrysSurveyAfterTheirOwnDelay) {
@@ -112,7 +125,7 @@ TEST(LintTest, DuplicatesShowTheLastEntrysSurveyAfterTheirOwnDelay) {
   EXPECT_EQ(first["questions"][0]["title"], "Second");
 }
 
-TEST(LintTest, ADocumentThePluginCannotReadSaysWhere) {
+TEST(LintTest, ADocumentThatShowsNoSurveySaysWhy) {
   const struct {
     std::string text;
     std::string code;
@@ -124,12 +137,14 @@ TEST(LintTest, ADocumentThePluginCannotReadSaysWhere) {
       {"", "unreadable", "line 1, column 1: "},
       {R"({"configs": {"_id": "a"}})", "configs-missing", "\"configs\" is an object"},
       {R"({"surveys": []})", "configs-missing", "There is no \"configs\""},
+      {R"({"configs": []})", "no-surveys", "The list is empty"},
   };
   for (const auto& test : cases) {
     const auto report = lintConfiguration(test.text);
     ASSERT_EQ(report.findings.size(), 1u) << test.text;
     EXPECT_EQ(report.findings[0].code, test.code) << test.text;
-    EXPECT_EQ(report.findings[0].severity, Severity::Error);
+    EXPECT_EQ(report.findings[0].severity,
+              test.code == "no-surveys" ? Severity::Info : Severity::Error);
     EXPECT_EQ(report.findings[0].message.rfind(test.start, 0), 0u) << report.findings[0].message;
     EXPECT_TRUE(report.surveys.empty());
   }
