@@ -105,7 +105,12 @@ void DelayedBlockScheduler::schedule(double seconds, std::function<void()> block
   if (!block) return;
   if (!(seconds > 0)) seconds = 0;
   auto clock = toolkit::currentClock();
-  const double deadline = clock->now() + seconds;
+  const double now = clock->now();
+  // A positive delay always ends after now, even where the clock's value is too large for the
+  // delay to change it: a block that reschedules itself (a retry) must not come due at once, over
+  // and over.
+  double deadline = now + seconds;
+  if (seconds > 0 && !(deadline > now)) deadline = std::nextafter(now, HUGE_VAL);
   auto work = work_.begin();
   Timetable::Key key;
   {

@@ -152,6 +152,23 @@ TEST_F(EventsAndDelaysTest, DelayedBlocksRunAtTheirVirtualDueTimesInOrderOffTheM
   EXPECT_TRUE(offMain.load());
 }
 
+// Where the clock's value is too large for a short delay to change it, a block that schedules
+// itself again (as a retry does) still waits for time to pass instead of running over and over.
+TEST_F(EventsAndDelaysTest, AShortDelayFarInTheFutureStillWaits) {
+  ASSERT_TRUE(loop->advance(1e19));
+  std::atomic<int> runs{0};
+  std::function<void()> retry = [&] {
+    runs.fetch_add(1);
+    host->executeAfterDelay(0.5, retry);
+  };
+  host->executeAfterDelay(0.5, retry);
+  ASSERT_TRUE(loop->advance(1));  // too little to move the clock
+  EXPECT_EQ(runs.load(), 0);
+  ASSERT_TRUE(loop->advance(4096));
+  EXPECT_GE(runs.load(), 1);
+  EXPECT_LE(runs.load(), 3);
+}
+
 TEST_F(EventsAndDelaysTest, ShutdownDropsWhatIsPendingAndIgnoresLaterWork) {
   auto listener = std::make_shared<RecordingListener>("l");
   host->registerForEventWithType(15, listener);
