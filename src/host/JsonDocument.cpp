@@ -50,6 +50,12 @@ void describeError(std::string_view text, std::size_t offset, std::string messag
 }  // namespace
 
 std::optional<Json> parseJsonDocument(std::string_view text, JsonParseError* error) {
+  // The parser takes a NUL byte for the end of the text and would not read what follows it. JSON
+  // text never holds one (a string holds it escaped), so the text is refused there.
+  if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
+    describeError(text, nul, "a NUL byte, which JSON text never holds", error);
+    return std::nullopt;
+  }
   if (const auto tooDeep = firstTooDeepBracket(text, kMaxJsonDepth)) {
     describeError(text, *tooDeep, "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels",
                   error);

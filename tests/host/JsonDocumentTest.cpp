@@ -32,7 +32,7 @@ TEST(JsonDocumentTest, SaysWhereATextStopsBeingJson) {
 
   using namespace std::string_literals;
   for (const std::string& text :
-       {""s, "{"s, "{} []"s, "\"\xff\""s, "{\"a\": \"x\0y\"}"s, "[1e400]"s}) {
+       {""s, "{"s, "{} []"s, "\"\xff\""s, "{\"a\": \"x\0y\"}"s, "[1e400]"s, "{}\0junk"s}) {
     EXPECT_FALSE(parseJsonDocument(text)) << text;
   }
   // An escaped NUL is a character like any other.
