@@ -22,13 +22,13 @@ namespace {
 // The pause between two scripted actions, so that a watcher can follow them.
 constexpr int kActionPauseMs = 700;
 
-// The pause that a valid "wait" asks for, at most what a timer can hold; none for any other line,
+// The pause that a valid "wait" asks for; none for any other line,
 // which the simulator performs (and notes when it is malformed).
 std::optional<int> waitMilliseconds(const ScriptLine& line) {
   if (line.words.size() != 2 || line.words[0] != "wait") return std::nullopt;
-  const auto seconds = parseScriptNumber(line.words[1]);
-  if (!seconds || *seconds < 0) return std::nullopt;
-  return static_cast<int>(std::min(*seconds * 1000, double{std::numeric_limits<int>::max()}));
+  const auto seconds = parseScriptWaitSeconds(line.words[1]);
+  if (!seconds) return std::nullopt;
+  return static_cast<int>(*seconds * 1000);
 }
 
 // Without a script, the window raises the trigger of the configuration's first survey, so that

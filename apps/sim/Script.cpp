@@ -1,8 +1,7 @@
 #include "sim/Script.h"
 
-#include <cerrno>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
 
 namespace vlq::sim {
@@ -78,14 +77,17 @@ std::vector<ScriptLine> parseScript(const std::string& text, std::optional<Scrip
 }
 
 std::optional<double> parseScriptNumber(const std::string& word) {
-  if (word.empty()) return std::nullopt;
-  char* end = nullptr;
-  errno = 0;
-  const double value = std::strtod(word.c_str(), &end);
-  // Beyond the range of a double (ERANGE) counts as no number, as infinities and NaN do.
-  if (end != word.c_str() + word.size() || errno == ERANGE || !std::isfinite(value)) {
-    return std::nullopt;
+  // Decimal only, whatever the locale: no hexadecimal, no blanks, one optional sign.
+  const char* first = word.data();
+  const char* last = word.data() + word.size();
+  if (first != last && *first == '+') {
+    ++first;
+    if (first != last && *first == '-') return std::nullopt;
   }
+  double value = 0;
+  const auto [end, error] = std::from_chars(first, last, value, std::chars_format::general);
+  // Beyond the range of a double counts as no number, as infinities and NaN do.
+  if (error != std::errc() || end != last || !std::isfinite(value)) return std::nullopt;
   return value;
 }
 
@@ -95,6 +97,12 @@ std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std:
   if (!value || *value != std::trunc(*value)) return std::nullopt;
   if (*value < static_cast<double>(low) || *value > static_cast<double>(high)) return std::nullopt;
   return static_cast<std::int64_t>(*value);
+}
+
+std::optional<double> parseScriptWaitSeconds(const std::string& word) {
+  const auto seconds = parseScriptNumber(word);
+  if (!seconds || *seconds < 0 || *seconds > kLongestScriptWait) return std::nullopt;
+  return seconds;
 }
 
 }  // namespace vlq::sim

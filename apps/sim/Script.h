@@ -30,12 +30,22 @@ std::optional<std::vector<std::string>> splitScriptLine(const std::string& line,
 // Every non-empty line of `text`, split; stops at the first malformed line and reports it.
 std::vector<ScriptLine> parseScript(const std::string& text, std::optional<ScriptError>& error);
 
-// A number argument ("2.5", "-1", "1e3"): none unless the whole word is one finite number.
+// A number argument ("2.5", "-1", "1e3"): none unless the whole word is one finite decimal
+// number.
 std::optional<double> parseScriptNumber(const std::string& word);
 
 // A number argument that is a whole number from `low` to `high` (both at most 2^53 from zero, where
 // every whole number is exact): none for anything else.
 std::optional<std::int64_t> parseScriptWholeNumber(const std::string& word, std::int64_t low,
                                                    std::int64_t high);
+
+// The longest "wait", in seconds. Virtual time costs no real time, but the host's work during it
+// does (a body waiting for the service is tried again at least every five minutes), so a wait is
+// bounded.
+inline constexpr double kLongestScriptWait = 1'000'000;
+
+// The argument of "wait": a number of seconds from 0 to kLongestScriptWait; none for anything
+// else.
+std::optional<double> parseScriptWaitSeconds(const std::string& word);
 
 }  // namespace vlq::sim

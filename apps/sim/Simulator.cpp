@@ -1,6 +1,8 @@
 #include "sim/Simulator.h"
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <random>
 
@@ -39,7 +41,7 @@ constexpr double kPhoneWidth = 390;
 constexpr double kPhoneHeight = 844;
 constexpr std::int64_t kSurveyTriggerEvent = 15;
 // Event types and row numbers beyond these are refused rather than converted with overflow.
-constexpr double kLargestEventType = 9e15;
+constexpr std::int64_t kLargestEventType = 9'000'000'000'000'000;
 constexpr std::int64_t kLargestRow = 1'000'000'000;
 // Backspaces beyond this many are refused: each is a key press, and a larger count would only
 // keep the simulator busy.
@@ -99,8 +101,9 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   mainLoop_ = std::move(mainLoop);
   virtualLoop_ = std::dynamic_pointer_cast<VirtualRunLoop>(mainLoop_);
 
+  std::error_code notADirectory;
   std::ifstream config(options_.configPath, std::ios::binary);
-  if (!config) {
+  if (!config || std::filesystem::is_directory(options_.configPath, notADirectory)) {
     output_.message("cannot read the configuration file " + options_.configPath);
     return false;
   }
@@ -231,13 +234,13 @@ void Simulator::perform(const ScriptLine& line) {
     host_->raiseEvent(VLQEvent(kSurveyTriggerEvent, Json{{"id", words[1]}}));
   } else if (action == "event") {
     if (words.size() != 3) return wrongArguments();
-    const auto type = parseScriptNumber(words[1]);
+    const auto type = parseScriptWholeNumber(words[1], -kLargestEventType, kLargestEventType);
     auto info = parseJsonDocument(words[2]);
-    if (!type || std::abs(*type) > kLargestEventType || !info) return wrongArguments();
-    host_->raiseEvent(VLQEvent(static_cast<std::int64_t>(*type), std::move(*info)));
+    if (!type || !info) return wrongArguments();
+    host_->raiseEvent(VLQEvent(*type, std::move(*info)));
   } else if (action == "wait") {
-    const auto seconds = words.size() == 2 ? parseScriptNumber(words[1]) : std::nullopt;
-    if (!seconds || *seconds < 0) return wrongArguments();
+    const auto seconds = words.size() == 2 ? parseScriptWaitSeconds(words[1]) : std::nullopt;
+    if (!seconds) return wrongArguments();
     advance(*seconds);
   } else if (action == "tap") {
     tapAction(words);
@@ -417,6 +420,13 @@ void Simulator::keyboardNavigationAction(const std::string& action) {
 void Simulator::screenshot(const std::string& name) {
   if (options_.screenshotDirectory.empty()) {
     return output_.note("screenshot " + name + ": no --screenshots directory given");
+  }
+  // A name is a place inside the directory, never outside it.
+  const std::filesystem::path relative(name);
+  if (relative.is_absolute() || std::any_of(relative.begin(), relative.end(),
+                                            [](const auto& part) { return part == ".."; })) {
+    return output_.note("screenshot " + name +
+                        ": a name must stay inside the --screenshots directory");
   }
   std::error_code error;
   std::filesystem::create_directories(options_.screenshotDirectory, error);

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -67,6 +68,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
       error = "";
       return false;
     }
+    if (option.find('=') != std::string::npos) {
+      error = "unknown option " + option + " (an option's value follows it after a space)";
+      return false;
+    }
     if (index + 1 >= argc) {
       error = "missing value for " + option;
       return false;
@@ -99,11 +104,7 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
     } else if (option == "--screenshots") {
       options.screenshotDirectory = value;
     } else if (option == "--scale") {
-      try {
-        options.scale = std::stod(value);
-      } catch (const std::exception&) {
-        options.scale = 0;
-      }
+      options.scale = vlq::sim::parseScriptNumber(value).value_or(0);
       if (!(options.scale > 0 && options.scale <= 8)) {
         error = "--scale wants a number above 0 and at most 8, not " + value;
         return false;
@@ -127,6 +128,8 @@ bool readScript(const std::string& path, std::string& text) {
     text = buffer.str();
     return true;
   }
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return false;
   std::ifstream file(path, std::ios::binary);
   if (!file) return false;
   std::ostringstream buffer;

@@ -40,12 +40,16 @@ TEST(ScriptTest, ReportsTheFirstMalformedLine) {
   EXPECT_EQ(lines[1].words, (std::vector<std::string>{"wait", "1"}));
 }
 
-TEST(ScriptTest, NumberArgumentsAreFiniteAndWholeNumbersStayInTheirRange) {
+TEST(ScriptTest, NumberArgumentsAreFiniteDecimalsAndStayInTheirRange) {
   EXPECT_EQ(parseScriptNumber("2.5"), 2.5);
-  EXPECT_EQ(parseScriptNumber("1e3"), 1000);
-  for (const std::string bad : {"", "inf", "-nan", "1e999", "2s", "0x"}) {
+  EXPECT_EQ(parseScriptNumber("+1e3"), 1000);
+  for (const std::string bad :
+       {"", "inf", "-nan", "1e999", "2s", "0x", "0x1p3", " 1", "+-1", "+"}) {
     EXPECT_FALSE(parseScriptNumber(bad)) << bad;
   }
+  EXPECT_EQ(parseScriptWaitSeconds("1000000"), 1e6);
+  EXPECT_FALSE(parseScriptWaitSeconds("1000001"));
+  EXPECT_FALSE(parseScriptWaitSeconds("-1"));
   EXPECT_EQ(parseScriptWholeNumber("4", 0, 4), 4);
   EXPECT_EQ(parseScriptWholeNumber("-0", 0, 4), 0);
   for (const std::string bad : {"5", "-1", "1.5", "1e300", "nan"}) {
