@@ -109,8 +109,21 @@ UIAccessibilityPress pressAccessibilityElement(UIWindow& window,
   if (intersects(element->accessibilityTraits(), UIAccessibilityTraits::NotEnabled)) {
     return UIAccessibilityPress::NotEnabled;
   }
+  // An element drawn on top of a view that takes the touches where it lies: as with the
+  // platform's screen reader, the press is a tap at the element's middle, and goes where a
+  // finger there would.
+  if (element->isUserInteractionEnabled() && !window.touchPointForView(*element)) {
+    const CGRect frame = element->accessibilityFrame();
+    return window.tapAtPoint({frame.midX(), frame.midY()}) ? UIAccessibilityPress::Pressed
+                                                           : UIAccessibilityPress::NoAction;
+  }
   return element->accessibilityActivate() ? UIAccessibilityPress::Pressed
                                           : UIAccessibilityPress::NoAction;
+}
+
+bool pressShownElement(const std::shared_ptr<UIView>& element) {
+  const auto window = element ? element->window() : nullptr;
+  return window && pressAccessibilityElement(*window, element) == UIAccessibilityPress::Pressed;
 }
 
 UIAccessibilityPress pressKeyboardFocus(UIWindow& window) {

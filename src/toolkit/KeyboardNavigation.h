@@ -43,9 +43,12 @@ enum class UIAccessibilityPress { Pressed, NothingFocused, NotEnabled, NoAction 
 // Space or Return: presses the focused element (accessibilityActivate), the way a tap does.
 UIAccessibilityPress pressKeyboardFocus(UIWindow& window);
 // Presses `element` for assistive technology, when it is one of the window's accessibility
-// elements and is enabled.
+// elements and is enabled. Where a finger at its middle would reach another view (one in front of
+// it for touches, though drawn behind it), the press is that tap.
 UIAccessibilityPress pressAccessibilityElement(UIWindow& window,
                                                const std::shared_ptr<UIView>& element);
+// The same in the window that shows `element`; true when it was pressed.
+bool pressShownElement(const std::shared_ptr<UIView>& element);
 
 // Escape: offered to the responder chain (accessibilityPerformEscape) from the view being edited,
 // else the focused element, else the screen's first element; false when no responder took it.

@@ -2,6 +2,7 @@
 
 #include "host/VLQController.h"
 #include "host/VLQSurveyConstants.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "toolkit/NSBundle.h"
 #include "toolkit/NSLayoutConstraint.h"
 #include "toolkit/UIFont.h"
@@ -243,7 +244,7 @@ void VLQSurveyDialogView::noButtonTapped(UIButton*) {
 }
 
 bool VLQSurveyDialogView::accessibilityPerformEscape() {
-  return surveyNoButton_ && surveyNoButton_->accessibilityActivate();
+  return toolkit::pressShownElement(surveyNoButton_);
 }
 
 void VLQSurveyDialogView::logTap(const char* eventName) const {

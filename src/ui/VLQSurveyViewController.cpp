@@ -3,6 +3,7 @@
 #include <any>
 
 #include "host/VLQSurveyConstants.h"
+#include "toolkit/KeyboardNavigation.h"
 #include "toolkit/KeyboardNotifications.h"
 #include "toolkit/NSBundle.h"
 #include "toolkit/NSLayoutConstraint.h"
@@ -242,7 +243,7 @@ void VLQSurveyViewController::describeForAccessibility() {
 }
 
 bool VLQSurveyViewController::accessibilityPerformEscape() {
-  return cancelButton_ && cancelButton_->accessibilityActivate();
+  return toolkit::pressShownElement(cancelButton_);
 }
 
 void VLQSurveyViewController::didRatingTapped(std::uint64_t level) {

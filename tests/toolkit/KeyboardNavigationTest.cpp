@@ -87,6 +87,18 @@ TEST(KeyboardNavigationTest, TabVisitsTheEnabledControlsInReadingOrderAndPressTa
   EXPECT_EQ(moveKeyboardFocus(*Screen().window, UIFocusHeading::Next), nullptr);
 }
 
+// A control drawn on top of a later sibling (by its z-position) is shown and focusable, but a
+// finger there reaches the sibling: so does a press.
+TEST(KeyboardNavigationTest, APressGoesWhereAFingerWouldGo) {
+  Screen screen;
+  screen.button("Drawn on top", CGRectMake(10, 100, 100, 40))->layer().setZPosition(1);
+  screen.button("Takes touches", CGRectMake(0, 80, 200, 80));
+  EXPECT_EQ(screen.tab(UIFocusHeading::Previous), "Drawn on top");
+  EXPECT_EQ(pressKeyboardFocus(*screen.window), UIAccessibilityPress::Pressed);
+  EXPECT_EQ(screen.page->events,
+            (std::vector<std::string>{"Takes touches down", "Takes touches up"}));
+}
+
 TEST(KeyboardNavigationTest, EscapeEndsEditingFirstThenClimbsTheResponderChain) {
   Screen screen;
   auto field = std::make_shared<UITextView>(CGRectMake(10, 100, 300, 80));
