@@ -15,8 +15,10 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "VLQSurveyPlugin developers" CACHE STRING
     "The Maintainer field of the Debian packages")
 set(CPACK_COMPONENTS_ALL runtime development)
-# Programs and shared libraries lose their debugging sections; static libraries stay as built.
+# Programs, shared and static libraries lose their debugging sections.
 set(CPACK_STRIP_FILES ON)
+set(CPACK_VLQ_STRIP "${CMAKE_STRIP}")
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/StripStaticLibraries.cmake")
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -28,7 +30,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME vlq-survey-plugin)
 string(CONCAT CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "In-app survey plug-in for the Velqo engagement SDK\n"
   "The plug-in's images, the sample application's images, the simulator\n"
-  "vlq-survey-sim and the response collector vlq-survey-collector.")
+  "vlq-survey-sim, the response collector vlq-survey-collector and the\n"
+  "configuration linter vlq-survey-lint.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # The Qt backend draws its text with Liberation fonts.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "fonts-liberation2")
