@@ -13,6 +13,7 @@
 
 #include "apps/render-views/InvitationScenes.h"
 #include "apps/render-views/PageScenes.h"
+#include "host/Log.h"
 #include "host/VLQSurveyConstants.h"
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionModel.h"
@@ -127,6 +128,8 @@ int main(int argc, char** argv) {
     }
   }
   vlq::toolkit::qt::installQtPlatform();
+  // The plug-ins made to draw the invitation cards log their start; that is no news here.
+  vlq::setLogSink([](std::string_view) {});
   NSBundle::setMainBundlePath(resources + "/app");
   NSBundle::registerBundle(std::string(kSurveyBundle), resources + "/plugin");
 
