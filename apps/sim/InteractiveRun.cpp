@@ -22,8 +22,8 @@ namespace {
 // The pause between two scripted actions, so that a watcher can follow them.
 constexpr int kActionPauseMs = 700;
 
-// The pause that a valid "wait" asks for; none for any other line,
-// which the simulator performs (and notes when it is malformed).
+// The pause that a valid "wait" asks for; none for any other line, which the simulator performs
+// (and notes when it is malformed).
 std::optional<int> waitMilliseconds(const ScriptLine& line) {
   if (line.words.size() != 2 || line.words[0] != "wait") return std::nullopt;
   const auto seconds = parseScriptWaitSeconds(line.words[1]);

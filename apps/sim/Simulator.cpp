@@ -101,9 +101,10 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   mainLoop_ = std::move(mainLoop);
   virtualLoop_ = std::dynamic_pointer_cast<VirtualRunLoop>(mainLoop_);
 
-  std::error_code notADirectory;
+  // A directory opens as an empty file; it is no configuration file.
+  std::error_code ignored;
   std::ifstream config(options_.configPath, std::ios::binary);
-  if (!config || std::filesystem::is_directory(options_.configPath, notADirectory)) {
+  if (!config || std::filesystem::is_directory(options_.configPath, ignored)) {
     output_.message("cannot read the configuration file " + options_.configPath);
     return false;
   }
