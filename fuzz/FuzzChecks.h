@@ -34,9 +34,11 @@ inline std::size_t depthOf(const Json& value) {
   return deepest;
 }
 
-// `text` as the JSON library itself reads it, when it does and the result nests no deeper than
-// the document reader allows: what the reader must give for `text`.
+// `text` as the JSON library itself reads it, when it does, the result nests no deeper than the
+// document reader allows and the text holds no NUL byte (where the library stops reading): what
+// the reader must give for `text`.
 inline Json expectedDocument(const std::string& text, std::size_t maxDepth) {
+  if (text.find('\0') != std::string::npos) return Json(Json::value_t::discarded);
   Json parsed = Json::parse(text, nullptr, false);
   if (parsed.is_discarded() || depthOf(parsed) > maxDepth) return Json(Json::value_t::discarded);
   return parsed;
