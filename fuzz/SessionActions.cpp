@@ -14,6 +14,7 @@
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
+#include "plugin/ReleaseSurveyPlugin.h"
 #include "plugin/VLQSurveyPlugin.h"
 #include "session/VLQSurveySession.h"
 #include "sim/StateDump.h"
@@ -30,7 +31,6 @@
 #include "toolkit/VirtualRunLoop.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
-#include "ui/VLQSurveyDialogView.h"
 #include "ui/VLQSurveyViewController.h"
 
 namespace vlq::fuzz {
@@ -104,18 +104,10 @@ SessionActions::SessionActions(Json document) : document_(std::move(document)) {
 
 SessionActions::~SessionActions() {
   settle();
-  // The cards and the survey page hold the plug-in, which holds them and the window; the host
-  // holds the completions of unanswered posts, which hold the page.
+  // The host holds the completions of unanswered posts, which hold the page.
   VLQController::installSharedController(nullptr);
   host_.reset();
-  for (const auto& view : window_->subviews()) {
-    if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view))
-      card->setSurveyPlugin(nullptr);
-  }
-  if (plugin_->surveyDialogView()) plugin_->surveyDialogView()->setSurveyPlugin(nullptr);
-  window_->setRootViewController(nullptr);
-  while (!window_->subviews().empty())
-    window_->subviews().back()->removeFromSuperview();
+  plugin::releaseSurveyPlugin(*plugin_, *window_);
   plugin_.reset();
   window_.reset();
   VLQUtilities::installShared(nullptr);

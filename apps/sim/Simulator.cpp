@@ -13,6 +13,7 @@
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ReferenceHost.h"
+#include "plugin/ReleaseSurveyPlugin.h"
 #include "plugin/VLQSurveyPlugin.h"
 #include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
@@ -196,20 +197,8 @@ void Simulator::finish() {
   setLogSink({});
   VLQController::installSharedController(nullptr);
   host_.reset();
-  // The cards and the survey page hold the plug-in, which holds them and the window: let go of
-  // all of them so that the run ends with nothing left behind.
-  if (window_) {
-    for (const auto& view : window_->subviews()) {
-      if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view)) {
-        card->setSurveyPlugin(nullptr);
-      }
-    }
-    if (plugin_ && plugin_->surveyDialogView())
-      plugin_->surveyDialogView()->setSurveyPlugin(nullptr);
-    window_->setRootViewController(nullptr);
-    while (!window_->subviews().empty())
-      window_->subviews().back()->removeFromSuperview();
-  }
+  // The run ends with nothing left behind.
+  if (plugin_ && window_) plugin::releaseSurveyPlugin(*plugin_, *window_);
   plugin_.reset();
   window_.reset();
 }

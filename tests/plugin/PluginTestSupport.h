@@ -22,6 +22,7 @@
 #include "host/VLQSurveyConstants.h"
 #include "host/VLQUtilities.h"
 #include "host/reference/ReferenceUtilities.h"
+#include "plugin/ReleaseSurveyPlugin.h"
 #include "plugin/VLQSurveyPlugin.h"
 #include "support/RecordingHost.h"
 #include "toolkit/DispatchQueue.h"
@@ -95,16 +96,8 @@ class PluginTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    // The card and the survey page hold the plug-in, which holds them and the window: break the
-    // cycles so that each test frees what it made.
-    if (const auto& card = plugin->surveyDialogView()) card->setSurveyPlugin(nullptr);
-    for (const auto& view : window->subviews()) {
-      if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view))
-        card->setSurveyPlugin(nullptr);
-    }
-    window->setRootViewController(nullptr);
-    while (!window->subviews().empty())
-      window->subviews().back()->removeFromSuperview();
+    // Each test frees what it made.
+    if (plugin) releaseSurveyPlugin(*plugin, *window);
     host->takeDelayed();
     host->takeSyncCompletion();
     vlq::VLQController::installSharedController(nullptr);

@@ -28,9 +28,10 @@ TEST_F(PluginTest, InitialisationSyncsRegistersAndReadsTheLibraryFile) {
   // No file yet: registered, but nothing to match.
   auto completion = host->takeSyncCompletion();
   completion();
-  ASSERT_EQ(host->listeners().size(), 1u);
-  EXPECT_EQ(host->listeners()[0].first, 15);
-  EXPECT_EQ(host->listeners()[0].second, plugin);
+  const auto listeners = host->takeListeners();
+  ASSERT_EQ(listeners.size(), 1u);
+  EXPECT_EQ(listeners[0].first, 15);
+  EXPECT_EQ(listeners[0].second, plugin);
   EXPECT_TRUE(plugin->surveyConfig().is_null());
   EXPECT_TRUE(evaluator->documents().empty());
 
@@ -166,6 +167,38 @@ TEST_F(PluginTest, TwoEntriesWithOneIdBuildTwoCardsAndKeepTheLastEntrysValues) {
   EXPECT_FALSE(shown[1]->usesRoundButtons());
   EXPECT_EQ(plugin->surveyDialogView(), shown[1]);
   EXPECT_EQ(effectViews().size(), 2u);
+}
+
+// A later entry of one id opens its survey after the first one was closed, while the plug-in takes
+// triggers again; a trigger then keeps that survey page as the screen to give back. Released, the
+// plug-in is still freed.
+TEST_F(PluginTest, ReleasedThePluginIsFreedEvenWhenItKeepsASurveyPageToGiveBack) {
+  initializeWith(Json{{"configs", Json::array({surveyEntry("twice", Json::object()),
+                                               surveyEntry("twice", Json::object()),
+                                               surveyEntry("other", Json::object())})}});
+  trigger("twice");
+  auto delayed = host->takeDelayed();
+  ASSERT_EQ(delayed.size(), 2u);
+  delayed[0].block();
+  loop->runUntilIdle();
+  plugin->willDismissSurvey();
+  loop->runUntilIdle();
+  delayed[1].block();
+  loop->runUntilIdle();
+  const auto secondPage = window->rootViewController();
+  ASSERT_NE(secondPage, application);
+  trigger("other");
+  runDelayed();
+  ASSERT_EQ(plugin->currentViewCntrl(), secondPage);
+
+  // Let go of as a host that unloads it would: no more events, nothing more to run.
+  const std::weak_ptr<VLQSurveyPlugin> released = plugin;
+  host->takeListeners();
+  delayed.clear();
+  releaseSurveyPlugin(*plugin, *window);
+  plugin.reset();
+  loop->runUntilIdle();
+  EXPECT_TRUE(released.expired());
 }
 
 TEST_F(PluginTest, AStormOfTriggersFromManyThreadsGivesExactlyOneInvitation) {

@@ -1,5 +1,7 @@
 #include "support/RecordingHost.h"
 
+#include <utility>
+
 namespace vlq::test {
 
 std::shared_ptr<RecordingHost> RecordingHost::install() {
@@ -104,10 +106,10 @@ std::function<void()> RecordingHost::takeSyncCompletion() {
   return std::exchange(syncCompletion_, {});
 }
 
-std::vector<std::pair<std::int64_t, std::shared_ptr<VLQEventListener>>> RecordingHost::listeners()
-    const {
+std::vector<std::pair<std::int64_t, std::shared_ptr<VLQEventListener>>>
+RecordingHost::takeListeners() {
   std::lock_guard lock(mutex_);
-  return listeners_;
+  return std::exchange(listeners_, {});
 }
 
 }  // namespace vlq::test

@@ -59,7 +59,8 @@ class RecordingHost : public VLQController {
   bool answerNextPost(std::optional<std::int64_t> statusCode);
   std::vector<Delayed> takeDelayed();
   std::function<void()> takeSyncCompletion();
-  std::vector<std::pair<std::int64_t, std::shared_ptr<VLQEventListener>>> listeners() const;
+  // The listeners registered so far, which the host then lets go of.
+  std::vector<std::pair<std::int64_t, std::shared_ptr<VLQEventListener>>> takeListeners();
 
  private:
   mutable std::mutex mutex_;
