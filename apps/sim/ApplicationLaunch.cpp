@@ -70,7 +70,8 @@ void Simulator::restart() {
   plugin::releaseSurveyPlugin(*plugin_, *window_);
   plugin_.reset();
   // Nothing the ended process left on its main queue (a timer of its plug-in) runs in the new one;
-  // the wall clock goes on.
+  // the wall clock goes on. On screen, in real time, such a timer (at most the half second before
+  // a submitted survey gives the screen back) is long over by the next scripted action.
   if (virtualLoop_) {
     auto fresh =
         std::make_shared<VirtualRunLoop>(virtualLoop_->virtualClock()->timeIntervalSince1970());

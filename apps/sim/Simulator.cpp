@@ -14,7 +14,6 @@
 #include "host/reference/ReferenceHost.h"
 #include "plugin/ReleaseSurveyPlugin.h"
 #include "plugin/VLQSurveyPlugin.h"
-#include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
 #include "toolkit/DispatchQueue.h"
 #include "toolkit/KeyboardNavigation.h"

@@ -165,30 +165,6 @@ TEST_F(TargetingHostTest, TwoEventsInQuickSuccessionLetOneSurveyThroughAndTheRes
   EXPECT_EQ(plugin->triggers()[1]["id"], "rating");
 }
 
-TEST_F(TargetingHostTest, AnExplicitTriggerBypassesTheRulesButItsShowingAndAnswerCount) {
-  start();
-  testing::LogCapture log(2);
-  host->track("visit");
-  ASSERT_TRUE(loop->runUntilIdle());
-  plugin->giveScreenBack();
-  ASSERT_TRUE(loop->runUntilIdle());
-  EXPECT_EQ(reason("visit"), "once:shown-before");
-
-  const auto linesBefore = log.lines().size();
-  host->raiseEvent(VLQEvent(kSurveyTriggerEventType, Json{{"id", "once"}}));
-  ASSERT_TRUE(loop->runUntilIdle());
-  ASSERT_EQ(plugin->triggers().size(), 2u);
-  // The plug-in's own step only: the host judged nothing.
-  EXPECT_EQ(log.lines().size(), linesBefore + 1);
-  plugin->giveScreenBack();
-  host->postDataToURL(std::string(kSurveyUrlPath) + "app", {{"survey_id", "once"}}, std::nullopt,
-                      [](auto&&...) {});
-  ASSERT_TRUE(loop->runUntilIdle());
-  const auto record = host->targeting()->history().records().at("once");
-  EXPECT_EQ(record.history.showings, 2);
-  EXPECT_TRUE(record.history.answered);
-}
-
 TEST_F(TargetingHostTest, TheHistorySurvivesARestartOfTheHost) {
   start();
   host->track("visit");
