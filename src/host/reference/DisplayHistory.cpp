@@ -1,5 +1,6 @@
 #include "host/reference/DisplayHistory.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/reference/SqliteDatabase.h"
@@ -44,6 +45,7 @@ DisplayHistory::DisplayHistory(const std::string& path, std::string deviceId)
     std::string ignored;
     database_ = openSqliteDatabase(":memory:", kSchema, kBusyTimeoutMilliseconds, ignored);
   }
+  loadRecords();
 }
 
 DisplayHistory::~DisplayHistory() {
@@ -51,16 +53,22 @@ DisplayHistory::~DisplayHistory() {
 }
 
 bool DisplayHistory::recordShowing(const std::string& surveyId, bool targeted, double time) {
+  std::lock_guard lock(mutex_);
+  SurveyRecord& record = records_[surveyId];
+  ++record.history.showings;
+  if (targeted)
+    record.lastTargetedShowing = std::max(time, record.lastTargetedShowing.value_or(time));
   return append(surveyId, "shown", targeted, time);
 }
 
 bool DisplayHistory::recordAnswer(const std::string& surveyId, double time) {
+  std::lock_guard lock(mutex_);
+  records_[surveyId].history.answered = true;
   return append(surveyId, "answered", false, time);
 }
 
 bool DisplayHistory::append(const std::string& surveyId, const char* kind, bool targeted,
                             double time) {
-  std::lock_guard lock(mutex_);
   if (!database_) return false;
   SqliteStatement insert(database_, kInsert);
   return insert && insert.bind(1, deviceId_) && insert.bind(2, surveyId) &&
@@ -69,18 +77,19 @@ bool DisplayHistory::append(const std::string& surveyId, const char* kind, bool 
 }
 
 std::map<std::string, SurveyRecord> DisplayHistory::records() const {
-  std::map<std::string, SurveyRecord> records;
   std::lock_guard lock(mutex_);
-  if (!database_) return records;
+  return records_;
+}
+
+void DisplayHistory::loadRecords() {
   SqliteStatement select(database_, kSummary);
-  if (!select || !select.bind(1, deviceId_)) return records;
+  if (!select || !select.bind(1, deviceId_)) return;
   while (sqlite3_step(select.get()) == SQLITE_ROW) {
-    SurveyRecord& record = records[select.text(0)];
+    SurveyRecord& record = records_[select.text(0)];
     record.history.showings = select.integer(1);
     record.history.answered = select.integer(2) != 0;
     if (!select.isNull(3)) record.lastTargetedShowing = select.real(3);
   }
-  return records;
 }
 
 }  // namespace vlq::reference

@@ -5,7 +5,9 @@
 // time on the toolkit's clock. Kept in SQLite, per device id, in write-ahead-log mode with normal
 // synchronisation, so a showing recorded is kept through a crash of the application (an
 // operating-system crash or a power cut can lose the last writes). When the file cannot be used the
-// history lives in memory for the life of the object. Thread-safe.
+// history lives in memory for the life of the object. What each survey comes to is read from the
+// file once, when it opens, and kept up to date in memory, so judging an event costs the same
+// however long the history. Thread-safe.
 
 #include <map>
 #include <mutex>
@@ -34,7 +36,7 @@ class DisplayHistory {
   DisplayHistory& operator=(const DisplayHistory&) = delete;
   ~DisplayHistory();
 
-  // Each returns false when the database refused the record.
+  // Each returns false when the database refused the record (it still counts for this run).
   bool recordShowing(const std::string& surveyId, bool targeted, double time);
   bool recordAnswer(const std::string& surveyId, double time);
 
@@ -45,13 +47,17 @@ class DisplayHistory {
   const std::string& whyNotPersistent() const { return whyNotPersistent_; }
 
  private:
+  // With the mutex held: one row of the file.
   bool append(const std::string& surveyId, const char* kind, bool targeted, double time);
+  // What each survey comes to, from the file.
+  void loadRecords();
 
   const std::string deviceId_;
   mutable std::mutex mutex_;
   sqlite3* database_ = nullptr;
   bool persistent_ = false;
   std::string whyNotPersistent_;
+  std::map<std::string, SurveyRecord> records_;
 };
 
 }  // namespace vlq::reference
