@@ -65,6 +65,8 @@ Json reportJson(const LintReport& report) {
     surveys.push_back({{"id", survey.id},
                        {"invitation", survey.invitation},
                        {"delay_seconds", survey.delaySeconds},
+                       {"due", survey.due},
+                       {"targeting", survey.targeting},
                        {"questions", std::move(questions)}});
   }
   Json findings = Json::array();
@@ -93,6 +95,7 @@ std::string reportText(const LintReport& report) {
             (survey.questions.empty() ? "no questions: the screen comes back at once"
                                       : count(survey.questions.size(), "question")) +
             "\n";
+    if (!survey.due.empty()) text += "  due " + survey.due + "\n";
     for (std::size_t index = 0; index < survey.questions.size(); ++index)
       appendQuestion(text, index + 1, survey.questions[index]);
   }

@@ -9,13 +9,11 @@
 #include "collector/CollectorServer.h"
 #include "host/JsonDocument.h"
 #include "host/Log.h"
-#include "host/VLQDiagnosticsListener.h"
 #include "host/VLQEvent.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ReferenceHost.h"
 #include "plugin/ReleaseSurveyPlugin.h"
 #include "plugin/VLQSurveyPlugin.h"
-#include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
 #include "toolkit/DispatchQueue.h"
 #include "toolkit/KeyboardNavigation.h"
@@ -73,20 +71,6 @@ std::vector<std::string> characters(const std::string& text) {
   return result;
 }
 
-// Prints each decision of the plug-in's trigger trace as {"kind": "trace", "step": ..., ...}.
-class TraceLines : public VLQDiagnosticsListener {
- public:
-  explicit TraceLines(Output& output) : output_(output) {}
-  void triggerTraced(const TriggerTrace& trace) override {
-    Json line{{"kind", "trace"}};
-    line.update(describeTriggerTrace(trace));
-    output_.line(line);
-  }
-
- private:
-  Output& output_;
-};
-
 }  // namespace
 
 Simulator::Simulator(SimulatorOptions options, Output& output)
@@ -138,27 +122,6 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   });
   if (options_.seed) setCurrentRandomSource(std::make_shared<SeededRandomSource>(*options_.seed));
 
-  reference::ReferenceHostOptions hostOptions;
-  hostOptions.libraryDirectory = (workDirectory_ / "Library").string();
-  hostOptions.serviceAddress = collector_->baseUrl();
-  // The host's sync copies the document byte for byte into the Library directory.
-  hostOptions.syncSource = std::filesystem::absolute(options_.configPath).string();
-  hostOptions.settingsFile = options_.hostPath;
-  // The retry delays are drawn from a source of their own, so that retries never change the
-  // shuffle of the choices.
-  hostOptions.retrySeed = options_.seed;
-  hostOptions.log = [this](const std::string& message) { output_.message(message); };
-  std::filesystem::create_directories(hostOptions.libraryDirectory);
-  host_ = reference::ReferenceHost::create(hostOptions);
-  if (!host_) {
-    output_.message("cannot start the host");
-    return false;
-  }
-  host_->setEventObserver([this](const std::string& name, const Json& info) {
-    output_.line(Json{{"kind", "event"}, {"name", name}, {"info", info}});
-  });
-  host_->install();
-
   // The application's images and the plug-in's own bundle, from the source tree while it is
   // there; an installed simulator without it uses the bundles installed beside it.
   std::error_code noResources;
@@ -169,12 +132,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
 
   window_ = std::make_shared<UIWindow>(CGRectMake(0, 0, kPhoneWidth, kPhoneHeight));
   window_->setWindowSafeAreaInsets({47, 0, 34, 0});
-  window_->setRootViewController(std::make_shared<DemoAppScreen>());
-  window_->makeKeyAndVisible();
-
-  plugin_ = plugin::VLQSurveyPlugin::create();
-  if (options_.trace) plugin_->setDiagnosticsListener(std::make_shared<TraceLines>(output_));
-  plugin_->initialize(Json());
+  if (!launchApplication()) return false;
   settle();
   return true;
 }
@@ -219,7 +177,12 @@ void Simulator::perform(const ScriptLine& line) {
     output_.note("line " + std::to_string(line.number) + ": wrong arguments for \"" + action +
                  "\"");
   };
-  if (action == "trigger") {
+  if (action == "track") {
+    trackAction(line);
+  } else if (action == "restart") {
+    if (words.size() != 1) return wrongArguments();
+    restart();
+  } else if (action == "trigger") {
     if (words.size() != 2) return wrongArguments();
     host_->raiseEvent(VLQEvent(kSurveyTriggerEvent, Json{{"id", words[1]}}));
   } else if (action == "event") {

@@ -6,6 +6,7 @@
 // the main thread.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "host/VLQEvent.h"
@@ -25,6 +26,12 @@ class EventDispatcher {
   // Queues `event` for the listeners registered for its type now; returns at once. An event that
   // nobody listens to is dropped.
   void raise(std::shared_ptr<const VLQEvent> event);
+  // Queues `task` to run on the event thread, in order with the events raised around it; returns
+  // at once. Dropped once stopped.
+  void post(std::function<void()> task);
+  // Delivers `event` at once, on the calling thread, to the listeners registered for its type: for
+  // a task running on the event thread.
+  void deliverHere(const std::shared_ptr<const VLQEvent>& event);
   // Drops the events not yet delivered and ends the event thread (after the delivery under way).
   void stop();
 

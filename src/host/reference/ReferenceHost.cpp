@@ -6,6 +6,7 @@
 
 #include "host/HostSingleton.h"
 #include "host/Log.h"
+#include "host/VLQContextEvaluator.h"
 #include "host/VLQSurveyConstants.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
@@ -84,7 +85,11 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       deviceId_(deviceIdFor(options_, settings_)),
       analytics_(options_.analyticsDatabase),
       outbox_(outboxSettings(options_),
-              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_) {}
+              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_),
+      targeting_(std::make_shared<TargetingEvaluator>(
+          toolkit::stringByAppendingPathComponent(options_.libraryDirectory,
+                                                  kDisplayHistoryFileName),
+          deviceId_, settings_.userAttributes, options_.log)) {}
 
 ReferenceHost::~ReferenceHost() {
   // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot
@@ -95,6 +100,7 @@ ReferenceHost::~ReferenceHost() {
 void ReferenceHost::install() {
   toolkit::setUserLibraryDirectory(options_.libraryDirectory);
   VLQUtilities::installShared(utilities_);
+  VLQContextEvaluator::installSharedInstance(targeting_);
   VLQController::installSharedController(shared_from_this());
 }
 
@@ -117,6 +123,9 @@ void ReferenceHost::shutdown() {
     // The replaced pointers are released last: one of them may be the last owner of this host.
     std::shared_ptr<VLQController> replacedController;
     std::shared_ptr<VLQUtilities> replacedUtilities;
+    std::shared_ptr<VLQContextEvaluator> replacedEvaluator;
+    auto& evaluatorSlot = HostSingleton<VLQContextEvaluator>::slot();
+    if (evaluatorSlot.get() == targeting_) replacedEvaluator = evaluatorSlot.install(nullptr);
     auto& utilitiesSlot = HostSingleton<VLQUtilities>::slot();
     if (utilitiesSlot.get() == utilities_) replacedUtilities = utilitiesSlot.install(nullptr);
     auto& controllerSlot = HostSingleton<VLQController>::slot();
@@ -132,7 +141,47 @@ std::string ReferenceHost::configurationPath() const {
 }
 
 void ReferenceHost::raiseEvent(VLQEvent event) {
-  toolkit::runContained([&] { events_.raise(std::make_shared<const VLQEvent>(std::move(event))); });
+  toolkit::runContained([&] {
+    if (event.eventType() == kSurveyTriggerEventType) targeting_->triggerRaised();
+    events_.raise(std::make_shared<const VLQEvent>(std::move(event)));
+  });
+}
+
+void ReferenceHost::track(const std::string& name, const Json& properties) {
+  toolkit::runContained([&] {
+    if (shutDown_.load()) return;
+    events_.post([this, name, properties] { judgeTrackedEvent(name, properties); });
+  });
+}
+
+void ReferenceHost::judgeTrackedEvent(const std::string& name, const Json& properties) {
+  const auto judgement = targeting_->judge(name);
+  for (const auto& step : judgement.steps)
+    traceStep(step.describe());
+  if (!judgement.dueSurvey) return;
+  Json info{{"id", *judgement.dueSurvey}, {"event", name}};
+  if (properties.is_object() && !properties.empty()) info["properties"] = properties;
+  targeting_->triggerRaised();
+  // Delivered here rather than queued, so the plug-in takes the trigger up before the next
+  // tracked event is judged.
+  events_.deliverHere(std::make_shared<const VLQEvent>(kSurveyTriggerEventType, std::move(info)));
+}
+
+void ReferenceHost::setTraceObserver(TraceObserver observer) {
+  std::lock_guard lock(traceObserverMutex_);
+  traceObserver_ = std::move(observer);
+}
+
+void ReferenceHost::traceStep(const Json& step) {
+  if (options_.logTrace) {
+    logLine("<VLQ TRACE> " + step.dump(-1, ' ', false, Json::error_handler_t::replace));
+  }
+  TraceObserver observer;
+  {
+    std::lock_guard lock(traceObserverMutex_);
+    observer = traceObserver_;
+  }
+  if (observer) observer(step);
 }
 
 std::vector<StoredEvent> ReferenceHost::storedEvents() const {
@@ -176,6 +225,7 @@ void ReferenceHost::executeAfterDelay(double seconds, std::function<void()> bloc
 void ReferenceHost::logAppEventWithName(const std::string& name, const Json& info) {
   toolkit::runContained([&] {
     analytics_.append(name, info, toolkit::timeIntervalSince1970());
+    targeting_->appEventLogged(name, info);
     EventObserver observer;
     {
       std::lock_guard lock(observerMutex_);
@@ -232,6 +282,7 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
                                   VLQPostCompletion completionHandler) {
   toolkit::runContained([&] {
     if (shutDown_.load()) return;
+    targeting_->responseHandedOver(url, requestBody);
     // Invalid UTF-8 in a string is replaced rather than failing the whole post.
     std::string body = requestBody.dump(-1, ' ', false, Json::error_handler_t::replace);
     outbox_.post(url, std::move(body), headerFields.value_or(VLQHeaderFields{}),
@@ -241,8 +292,8 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
 
 void ReferenceHost::triggerTraced(const TriggerTrace& trace) {
   toolkit::runContained([&] {
-    logLine("<VLQ TRACE> " +
-            describeTriggerTrace(trace).dump(-1, ' ', false, Json::error_handler_t::replace));
+    targeting_->pluginTraced(trace);
+    traceStep(describeTriggerTrace(trace));
   });
 }
 

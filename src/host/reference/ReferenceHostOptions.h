@@ -36,6 +36,9 @@ struct ReferenceHostOptions {
   // Receives the host's own messages (an outbox it cannot use, a body the service refused for
   // good), one line each without a newline; empty: standard error.
   std::function<void(const std::string& message)> log = {};
+  // Writes each step of the trigger trace to the platform log as "<VLQ TRACE> {...}"; a host that
+  // shows the trace its own way (a trace observer) may turn it off.
+  bool logTrace = true;
 };
 
 }  // namespace vlq::reference
