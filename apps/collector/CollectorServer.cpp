@@ -29,7 +29,7 @@ constexpr std::size_t kMaxIdempotencyKeyBytes = 255;
 // kMaxPageLimit, and no more than about kMaxPageBytes of them.
 constexpr std::size_t kDefaultPageLimit = 100;
 constexpr std::size_t kMaxPageLimit = 1000;
-constexpr std::size_t kMaxPageBytes = 4 * 1024 * 1024;
+constexpr std::size_t kMaxPageBytes = 1024 * 1024;
 
 bool isValidStatus(int status) {
   return status >= 100 && status <= 599;

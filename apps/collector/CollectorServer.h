@@ -7,8 +7,9 @@
 //   GET  /v2/api/survey-responses?appId=ID  the stored bodies of that app, oldest first, as a
 //        [&limit=N][&after=ID]              JSON array: a page of at most `limit` (100 unless
 //                                           given, 1000 at most) bodies stored after the one
-//                                           with id `after`; a "Link: <...>; rel=\"next\""
-//                                           header leads to the next page while there is one
+//                                           with id `after`, and of about 1 MiB at most; a
+//                                           "Link: <...>; rel=\"next\"" header leads to the next
+//                                           page while there is one
 //   GET  /v2/api/surveys                    the configuration document, byte for byte, when one
 //                                           was given; 404 otherwise
 //

@@ -89,6 +89,17 @@ class Connection final : public Evictable, public std::enable_shared_from_this<C
 
   void start(ConnectionRegistry::Id id) {
     id_ = id;
+    asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->begin(); });
+  }
+
+  void evict() override {
+    asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->close(); });
+  }
+
+ private:
+  tcp::socket& socket() { return beast::get_lowest_layer(stream_); }
+
+  void begin() {
     if constexpr (std::is_same_v<Stream, TlsStream>) {
       armDeadline(context_.limits.headerTimeout);
       stream_.async_handshake(asio::ssl::stream_base::server,
@@ -100,13 +111,6 @@ class Connection final : public Evictable, public std::enable_shared_from_this<C
       readHead();
     }
   }
-
-  void evict() override {
-    asio::post(stream_.get_executor(), [self = this->shared_from_this()] { self->close(); });
-  }
-
- private:
-  tcp::socket& socket() { return beast::get_lowest_layer(stream_); }
 
   // From now on, the current step has `time` to finish; then its socket operation is cancelled
   // and it sees timedOut_.
@@ -203,15 +207,20 @@ class Connection final : public Evictable, public std::enable_shared_from_this<C
     deadline_.cancel();
     auto request = std::make_shared<CollectorRequest>(std::move(parser_->request()));
     const bool keepAlive = parser_->keep_alive();
-    asio::post(context_.workers, [self = this->shared_from_this(), request, keepAlive]() mutable {
-      CollectorAnswer answer = self->context_.router.answer(*request);
-      const bool headOnly = request->method == "HEAD";
-      request.reset();  // its body is not needed any more
-      asio::post(self->stream_.get_executor(),
-                 [self, answer = std::move(answer), keepAlive, headOnly]() mutable {
-                   self->send(std::move(answer), keepAlive, headOnly);
-                 });
-    });
+    const std::size_t budget = parser_->handOverBudget();
+    asio::post(context_.workers,
+               [self = this->shared_from_this(), request, keepAlive, budget]() mutable {
+                 CollectorAnswer answer = self->context_.router.answer(*request);
+                 const bool headOnly = request->method == "HEAD";
+                 // The body is let go of, and its share of the budget given back, before the client
+                 // can hear the answer.
+                 request.reset();
+                 self->context_.budget.giveBack(budget);
+                 asio::post(self->stream_.get_executor(),
+                            [self, answer = std::move(answer), keepAlive, headOnly]() mutable {
+                              self->send(std::move(answer), keepAlive, headOnly);
+                            });
+               });
   }
 
   void send(CollectorAnswer answer, bool keepAlive, bool headOnly = false) {

@@ -54,14 +54,15 @@ std::optional<asio::ssl::context> tlsContext(const CollectorOptions& options, st
 
 struct HttpService::Impl {
   Impl(const Router& router, const ServiceLimits& limits)
-      : workers(kWorkerThreads), context(router, limits, workers) {}
+      : context(router, limits, workers), workers(kWorkerThreads) {}
 
-  // Declared in the order that lets each outlive what uses it: the connections, which the I/O
-  // context holds, use the context and the TLS settings.
-  asio::thread_pool workers;
-  ConnectionContext context;
+  // Declared in the order that lets each outlive what uses it. Connections use the context and
+  // the TLS settings; the I/O context holds connections, and so does the worker pool, whose
+  // waiting tasks are destroyed with it, before the sockets' I/O context.
+  ConnectionContext context;  // keeps a reference to `workers`, used once both are made
   std::optional<asio::ssl::context> tls;
   asio::io_context io;
+  asio::thread_pool workers;
   tcp::acceptor acceptor{asio::make_strand(io)};
   asio::steady_timer acceptRetry{acceptor.get_executor()};
   tcp::endpoint endpoint;

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "collector/BodyBudget.h"
 #include "collector/CollectorServer.h"
@@ -40,6 +41,9 @@ class RequestParser final : public boost::beast::http::basic_parser<true> {
   // Once the head is done: draws on the budget for the declared length, so that a body the budget
   // cannot take is refused before it is read. False when it cannot.
   bool coverDeclaredBody();
+  // What the body drew on the budget, which whoever takes the body now gives back once it lets go
+  // of it; the parser no longer does.
+  std::size_t handOverBudget() { return std::exchange(taken_, 0); }
 
  private:
   void on_request_impl(boost::beast::http::verb, std::string_view method, std::string_view target,

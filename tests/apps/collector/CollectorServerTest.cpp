@@ -377,6 +377,15 @@ TEST(CollectorServer, ListsAnAppsBodiesOnePageAtATime) {
   EXPECT_EQ(seen, (std::vector<int>{0, 1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(pageSizes, (std::vector<std::size_t>{3, 3, 1}));
   EXPECT_EQ(getJson(*server, "/v2/api/survey-responses?appId=my%20app").size(), 7u);
+
+  // A page holds about a mebibyte at most, however many bodies were asked for.
+  const std::string large = R"({"text":")" + std::string(600 * 1024, 'x') + R"("})";
+  for (int n = 0; n < 2; ++n)
+    ASSERT_EQ(post(*server, "/v2/api/survey-response?appId=large", large)->status, 200);
+  const auto page = client.Get("/v2/api/survey-responses?appId=large&limit=1000");
+  ASSERT_TRUE(page);
+  EXPECT_EQ(Json::parse(page->body).size(), 1u);
+  EXPECT_NE(page->get_header_value("Link"), "");
   for (const char* bad : {"limit=0", "limit=1001", "limit=x", "after=-1", "after=1e3"}) {
     EXPECT_EQ(
         client.Get(("/v2/api/survey-responses?appId=other&" + std::string(bad)).c_str())->status,
