@@ -109,7 +109,7 @@ function(vlq_install_package)
     "nlohmann_json" "")
   vlq_install_pkg_config(vlq-reference-host
     "A complete host for the VLQ survey plug-in on real services"
-    "-lvlq_host_reference" "vlq-survey-plugin" "sqlite3 cpp-httplib")
+    "-lvlq_host_reference" "vlq-survey-plugin" "sqlite3 cpp-httplib libcrypto")
   vlq_install_pkg_config(vlq-qt-backend
     "The Qt backend of the VLQ survey plug-in's toolkit: rendering, text, images, windows"
     "-lvlq_toolkit_qt" "vlq-survey-plugin Qt6Gui" "")

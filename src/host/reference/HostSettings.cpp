@@ -34,6 +34,8 @@ HostSettings HostSettings::fromDocument(const Json& document) {
   }
   if (auto appId = stringAt(document, "app_id")) settings.appId = std::move(*appId);
   settings.deviceIdOverride = stringAt(document, "device_id");
+  settings.appKey = stringAt(document, "app_key").value_or("");
+  settings.caFile = stringAt(document, "ca_file").value_or("");
   return settings;
 }
 

@@ -52,18 +52,29 @@ OutboxSettings outboxSettings(const ReferenceHostOptions& options) {
   return {options.outboxDatabase, options.outboxLimitBytes, options.retrySeed, options.log};
 }
 
+HttpCredentials credentialsOf(const HostSettings& settings) {
+  return {settings.appKey, settings.caFile};
+}
+
 // Posts to the service address; a host without one answers every attempt with an error, and its
-// bodies wait in the outbox for a host that has one.
-OutboxTransport serviceTransport(const std::string& serviceAddress, const HttpTimeouts& timeouts) {
-  return [serviceAddress, timeouts](const std::string& url, const std::string& body,
-                                    const VLQHeaderFields& headers) {
+// bodies wait in the outbox for a host that has one. So does a body for a service whose
+// certificate is not accepted, and the log says so at every attempt.
+OutboxTransport serviceTransport(const ReferenceHostOptions& options,
+                                 const HostSettings& settings) {
+  return [serviceAddress = options.serviceAddress, timeouts = options.postTimeouts,
+          credentials = credentialsOf(settings), log = options.log](
+             const std::string& url, const std::string& body, const VLQHeaderFields& headers) {
     if (serviceAddress.empty()) {
       HttpOutcome outcome;
       outcome.errorCode = kNoServiceAddressError;
       outcome.errorMessage = "the host has no service address";
       return outcome;
     }
-    return httpPost(serviceAddress, url, body, headers, timeouts);
+    HttpOutcome outcome = httpPost(serviceAddress, url, body, headers, timeouts, credentials);
+    if (outcome.certificateRejected) {
+      log("cannot deliver a body: " + outcome.errorMessage + "; it waits in the outbox");
+    }
+    return outcome;
   };
 }
 
@@ -84,8 +95,7 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       settings_(HostSettings::fromFile(options_.settingsFile)),
       deviceId_(deviceIdFor(options_, settings_)),
       analytics_(options_.analyticsDatabase),
-      outbox_(outboxSettings(options_),
-              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_),
+      outbox_(outboxSettings(options_), serviceTransport(options_, settings_), work_),
       targeting_(std::make_shared<TargetingEvaluator>(
           toolkit::stringByAppendingPathComponent(options_.libraryDirectory,
                                                   kDisplayHistoryFileName),
@@ -204,10 +214,11 @@ void ReferenceHost::getSyncDataForActionType(const std::string& actionType, cons
     const bool fetches = actionType == kSurveysActionType && !options_.syncSource.empty();
     auto work = std::make_shared<HostWork>(work_.begin());
     workers_.start([source = fetches ? options_.syncSource : std::string(),
-                    destination = configurationPath(), completion = std::move(completionHandler),
+                    destination = configurationPath(), credentials = credentialsOf(settings_),
+                    log = options_.log, completion = std::move(completionHandler),
                     work = std::move(work)] {
       work->holdOnThisThread();
-      if (!source.empty()) syncConfigurationFile(source, destination);
+      if (!source.empty()) syncConfigurationFile(source, destination, credentials, log);
       toolkit::runContained(completion);
     });
   });
