@@ -8,6 +8,21 @@
 # Components: "runtime" (tools, bundles, shared libraries) and "development" (headers, static
 # libraries, the CMake package, pkg-config files).
 
+# Where the toolchain is multiarch (Debian and its derivatives), libraries, the CMake package and
+# the pkg-config files go to lib/<triplet>, whatever the prefix, as in Debian's own packages; the
+# system's linker, pkg-config and find_package all search there. -DCMAKE_INSTALL_LIBDIR=...
+# chooses otherwise. A tree that GNUInstallDirs configured before this default existed has its
+# plain "lib" cached; that is moved once.
+if(CMAKE_LIBRARY_ARCHITECTURE)
+  set(multiarch_libdir lib/${CMAKE_LIBRARY_ARCHITECTURE})
+  if(NOT DEFINED CACHE{CMAKE_INSTALL_LIBDIR} OR
+     (NOT DEFINED CACHE{VLQ_MULTIARCH_LIBDIR} AND
+      DEFINED CACHE{_GNUInstallDirs_LAST_CMAKE_INSTALL_PREFIX} AND
+      "$CACHE{CMAKE_INSTALL_LIBDIR}" STREQUAL "lib"))
+    set(CMAKE_INSTALL_LIBDIR ${multiarch_libdir} CACHE PATH "Object code libraries" FORCE)
+  endif()
+  set(VLQ_MULTIARCH_LIBDIR ${multiarch_libdir} CACHE INTERNAL "The toolchain's multiarch libdir")
+endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -53,7 +53,7 @@ TEST(JsonDocumentTest, ReadsObjectsAsTheJsonLibraryDoesInTimeLinearInTheirKeys) 
   constexpr int kKeys = 300000;
   text = "{";
   for (int key = 0; key < kKeys; ++key)
-    text += "\"" + std::to_string(key) + "\":" + std::to_string(key) + ",";
+    text.append("\"").append(std::to_string(key) + "\":" + std::to_string(key) + ",");
   text += "\"7\": \"again\"}";
   const auto many = parseJsonDocument(text);
   ASSERT_TRUE(many);
