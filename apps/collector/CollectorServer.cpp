@@ -15,6 +15,7 @@
 
 #include "collector/JsonObjectBody.h"
 #include "collector/ResponseStore.h"
+#include "collector/ResultsRoutes.h"
 #include "collector/UtcTimestamp.h"
 
 namespace vlq::collector {
@@ -57,6 +58,8 @@ struct CollectorServer::Impl {
   CollectorOptions options;
   int port = 0;
   std::unique_ptr<ResponseStore> store;
+  // The events, the facts of the responses and the results; after the store, which it reads.
+  std::unique_ptr<ResultsService> results;
 
   std::atomic<int> status{200};
   std::atomic<int> failuresLeft{0};
@@ -80,7 +83,23 @@ struct CollectorServer::Impl {
   void receive(const httplib::Request& request, httplib::Response& response);
   void list(const httplib::Request& request, httplib::Response& response) const;
   void serveConfig(httplib::Response& response) const;
+  bool answerResults(const httplib::Request& request, httplib::Response& response);
 };
+
+bool CollectorServer::Impl::answerResults(const httplib::Request& request,
+                                          httplib::Response& response) {
+  ResultsRequest asked{
+      request.method, request.path, {}, request.get_header_value(kIdempotencyHeader), request.body};
+  for (const auto& [name, value] : request.params)
+    asked.parameters.emplace(name, value);
+  auto answer = answerResultsRequest(*results, asked);
+  if (!answer) return false;
+  response.status = answer->status;
+  for (const auto& [name, value] : answer->headers)
+    response.set_header(name, value);
+  response.set_content(std::move(answer->body), answer->contentType);
+  return true;
+}
 
 void CollectorServer::Impl::routes() {
   // Every request goes through dispatch, which routes it by method and path: the same routing
@@ -115,7 +134,7 @@ void CollectorServer::Impl::dispatch(const httplib::Request& request, httplib::R
       list(request, response);
     } else if (reads && request.path == kConfigPath) {
       serveConfig(response);
-    } else {
+    } else if (!answerResults(request, response)) {
       answerError(response, 404, "no such resource");
     }
   } catch (const std::exception& e) {
@@ -170,6 +189,7 @@ void CollectorServer::Impl::receive(const httplib::Request& request, httplib::Re
     return;
   }
   stored.id = *id;
+  results->responseStored(stored);
   if (observer) {
     try {
       observer(stored);
@@ -234,6 +254,13 @@ std::unique_ptr<CollectorServer> CollectorServer::open(CollectorOptions options,
   std::string storeError;
   impl->store = ResponseStore::open(impl->options.database, storeError);
   if (!impl->store) return fail(storeError);
+  impl->results = ResultsService::open(
+      impl->options.database, impl->options.configDocument,
+      [store = impl->store.get()](std::int64_t afterId, std::size_t limit) {
+        return store->listAfter(afterId, limit);
+      },
+      storeError);
+  if (!impl->results) return fail(storeError);
   impl->routes();
   return std::unique_ptr<CollectorServer>(new CollectorServer(std::move(impl)));
 }

@@ -146,4 +146,20 @@ std::vector<StoredResponse> ResponseStore::list(const std::optional<std::string>
   return result;
 }
 
+std::vector<StoredResponse> ResponseStore::listAfter(std::int64_t afterId,
+                                                     std::size_t limit) const {
+  std::lock_guard lock(mutex_);
+  const std::string sql = std::string("SELECT ") + kColumns +
+                          " FROM survey_responses WHERE id > ?1 ORDER BY id LIMIT ?2";
+  Statement statement(db_, sql.c_str());
+  std::vector<StoredResponse> result;
+  if (!statement.get() || sqlite3_bind_int64(statement.get(), 1, afterId) != SQLITE_OK ||
+      sqlite3_bind_int64(statement.get(), 2, static_cast<sqlite3_int64>(limit)) != SQLITE_OK) {
+    return result;
+  }
+  while (sqlite3_step(statement.get()) == SQLITE_ROW)
+    result.push_back(recordAt(statement));
+  return result;
+}
+
 }  // namespace vlq::collector

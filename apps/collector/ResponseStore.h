@@ -42,6 +42,8 @@ class ResponseStore {
   // The stored records in storage order: those of `appId` when given, otherwise all. A body
   // whose stored text no longer parses (the file was edited by hand) reads as null.
   std::vector<StoredResponse> list(const std::optional<std::string>& appId) const;
+  // Up to `limit` records of every app with an id above `afterId`, in storage order.
+  std::vector<StoredResponse> listAfter(std::int64_t afterId, std::size_t limit) const;
 
  private:
   explicit ResponseStore(sqlite3* db) : db_(db) {}
