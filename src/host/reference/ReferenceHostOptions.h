@@ -36,6 +36,14 @@ struct ReferenceHostOptions {
   // Receives the host's own messages (an outbox it cannot use, a body the service refused for
   // good), one line each without a newline; empty: standard error.
   std::function<void(const std::string& message)> log = {};
+  // Whether the analytics events are uploaded to the service in batches (EventUploader.h).
+  bool uploadEvents = true;
+  // The SQLite file of the outbox of event batches; empty:
+  // <libraryDirectory>/vlq-event-outbox.sqlite.
+  std::string eventOutboxDatabase = {};
+  // A batch of events goes out once this many wait, or this many seconds after the first of them.
+  std::size_t eventBatchSize = 50;
+  double eventFlushSeconds = 30;
 };
 
 }  // namespace vlq::reference

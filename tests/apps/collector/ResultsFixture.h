@@ -19,7 +19,7 @@ inline constexpr std::int64_t kMay1 = 1714521600000;
 inline constexpr std::int64_t kDay = 86400000;
 
 class ResultsFixture : public ::testing::Test {
- protected:
+ public:
   ResultsFixture();
   ~ResultsFixture() override;
 
@@ -29,6 +29,7 @@ class ResultsFixture : public ::testing::Test {
   // (Re)starts the collector on the database, serving `document`.
   CollectorServer& start(const std::string& document);
   void stop() { server_.reset(); }
+  std::string baseUrl() const { return server_->baseUrl(); }
 
   httplib::Result get(const std::string& target);
   // The JSON answered to GET `target`, which must be answered 200.
