@@ -79,13 +79,15 @@ std::string formatCount(std::int64_t count) {
   return count < 0 ? "-" + digits : digits;
 }
 
-std::string formatNumber(double number) {
+std::string formatNumber(double number, int decimals) {
   char text[64];
-  std::snprintf(text, sizeof text, "%.2f", number);
+  std::snprintf(text, sizeof text, "%.*f", decimals, number);
   std::string result = text;
-  while (result.back() == '0')
-    result.pop_back();
-  if (result.back() == '.') result.pop_back();
+  if (result.find('.') != std::string::npos) {
+    while (result.back() == '0')
+      result.pop_back();
+    if (result.back() == '.') result.pop_back();
+  }
   return result == "-0" ? "0" : result;
 }
 

@@ -22,9 +22,10 @@ std::string escapeHtml(std::string_view text);
 std::string pageLink(std::string_view path,
                      const std::vector<std::pair<std::string, std::string>>& parameters);
 
-// 1234567 as "1,234,567"; 42.5 as "42.5"; 3 as "3".
+// 1234567 as "1,234,567"; with at most `decimals` decimals and none that end in 0: 42.5 as
+// "42.5", 3 as "3".
 std::string formatCount(std::int64_t count);
-std::string formatNumber(double number);
+std::string formatNumber(double number, int decimals = 2);
 
 struct BarRow {
   std::string label;  // plain text, escaped when written

@@ -25,8 +25,9 @@ std::string textOf(const Json& value, std::string_view fallback) {
   return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// A share as a percent with one decimal: "42.5 %"; a dash for none.
 std::string percentText(const Json& value) {
-  return value.is_number() ? formatNumber(value.get<double>()) + " %" : "–";
+  return value.is_number() ? formatNumber(value.get<double>(), 1) + " %" : "–";
 }
 
 std::string modeText(const Json& mode) {
@@ -106,7 +107,7 @@ std::string keyFigures(const Json& results) {
   return "<dl class=\"figures\">\n<div><dt>Responses</dt><dd>" +
          formatCount(countAt(results, "responses")) +
          "</dd></div>\n<div><dt>Completion rate</dt><dd>" +
-         (rate.is_number() ? formatNumber(rate.get<double>() * 100) + " %" : std::string("–")) +
+         percentText(rate.is_number() ? Json(rate.get<double>() * 100) : rate) +
          "</dd></div>\n<div><dt>Median time taken</dt><dd>" +
          (median.is_number() ? formatNumber(median.get<double>()) + " s" : std::string("–")) +
          "</dd></div>\n</dl>\n";
@@ -166,7 +167,7 @@ std::string ratingPart(const Json& rating) {
                                    : 0;
     const double share =
         total > 0 ? 100.0 * static_cast<double>(count) / static_cast<double>(total) : 0;
-    rows.push_back({kLevels[level], count, share, formatNumber(share) + " %"});
+    rows.push_back({kLevels[level], count, share, percentText(share)});
   }
   const Json& average = valueForKey(rating, "average");
   return "<p>Average <strong>" +
@@ -185,7 +186,7 @@ std::string choicesPart(const Json& question) {
     if (label.empty()) {
       label = "Answer " + textOf(valueForKey(choice, "id"), "") + ", no longer in the document";
     }
-    rows.push_back({label, countAt(choice, "count"), share, formatNumber(share) + " %"});
+    rows.push_back({label, countAt(choice, "count"), share, percentText(share)});
   }
   std::string html = barTable("Answers by choice, as a share of the responses that answered",
                               "Choice", "Responses", "Share", rows);

@@ -48,7 +48,7 @@ a:focus-visible, button:focus-visible, input:focus-visible, summary:focus-visibl
 }
 .skip { position: absolute; left: -9999px; }
 .skip:focus { left: 1rem; top: 1rem; background: var(--page); padding: .5rem; z-index: 1; }
-header { padding: 1rem; border-bottom: 1px solid var(--line); }
+header { padding: 1rem max(1rem, calc((100% - 72rem) / 2 + 1rem)); border-bottom: 1px solid var(--line); }
 header h1 { margin: 0; font-size: 1.5rem; }
 header p { margin: .25rem 0 0; color: var(--muted); }
 .layout { display: grid; grid-template-columns: 1fr; gap: 1rem; padding: 1rem; max-width: 72rem; margin: 0 auto; }
