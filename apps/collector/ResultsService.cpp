@@ -14,7 +14,7 @@ namespace vlq::collector {
 namespace {
 
 // Responses read from the response store, and facts written, at a time.
-constexpr std::size_t kCatchUpBatch = 512;
+constexpr std::size_t kCatchUpBatch = 2000;
 // The writer waits this long for more responses before it writes what is queued, unless this many
 // are queued already.
 constexpr auto kWriteDelay = std::chrono::milliseconds(200);

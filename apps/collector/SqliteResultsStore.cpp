@@ -2,12 +2,18 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <map>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace vlq::collector {
 namespace {
 
+// The events and the facts of the responses as they came, for the CSV and the Other texts, and
+// their counts per day, which the figures add up: a survey's results cost a pass over its days,
+// not over its responses.
 constexpr const char* kSchema = R"SQL(
 CREATE TABLE IF NOT EXISTS survey_event_batches (
   app_id TEXT NOT NULL,
@@ -26,8 +32,13 @@ CREATE TABLE IF NOT EXISTS survey_events (
   session_id TEXT,
   info TEXT NOT NULL,
   received_at TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS survey_events_by_survey
-  ON survey_events (app_id, survey_id, name, event_day);
+CREATE TABLE IF NOT EXISTS survey_event_days (
+  app_id TEXT NOT NULL,
+  survey_id TEXT NOT NULL,
+  event_day TEXT NOT NULL,
+  name TEXT NOT NULL,
+  events BIGINT NOT NULL,
+  PRIMARY KEY (app_id, survey_id, event_day, name));
 CREATE TABLE IF NOT EXISTS result_responses (
   response_id BIGINT PRIMARY KEY,
   app_id TEXT NOT NULL,
@@ -38,30 +49,46 @@ CREATE TABLE IF NOT EXISTS result_responses (
   session_id TEXT,
   device_uuid TEXT);
 CREATE INDEX IF NOT EXISTS result_responses_by_survey
-  ON result_responses (app_id, survey_id, received_day);
+  ON result_responses (app_id, survey_id, received_day, time_taken);
 CREATE TABLE IF NOT EXISTS result_answers (
   response_id BIGINT NOT NULL,
   position INTEGER NOT NULL,
   question_id BIGINT,
   other_text TEXT,
   app_id TEXT NOT NULL,
-  survey_id TEXT,
+  survey_id TEXT NOT NULL,
   received_day TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS result_answers_by_question
-  ON result_answers (app_id, survey_id, position, question_id, received_day);
+CREATE INDEX IF NOT EXISTS result_answers_by_response
+  ON result_answers (app_id, survey_id, response_id, position);
 CREATE INDEX IF NOT EXISTS result_answers_other_texts
-  ON result_answers (app_id, survey_id, response_id) WHERE other_text IS NOT NULL;
+  ON result_answers (app_id, survey_id, response_id, received_day) WHERE other_text IS NOT NULL;
 CREATE TABLE IF NOT EXISTS result_answer_values (
   response_id BIGINT NOT NULL,
   position INTEGER NOT NULL,
   ordinal INTEGER NOT NULL,
   answer TEXT NOT NULL,
-  question_id BIGINT,
   app_id TEXT NOT NULL,
-  survey_id TEXT,
+  survey_id TEXT NOT NULL,
   received_day TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS result_answer_values_by_answer
-  ON result_answer_values (app_id, survey_id, position, question_id, answer, received_day);
+CREATE INDEX IF NOT EXISTS result_answer_values_by_response
+  ON result_answer_values (app_id, survey_id, response_id, position, ordinal);
+CREATE TABLE IF NOT EXISTS result_question_days (
+  app_id TEXT NOT NULL,
+  survey_id TEXT NOT NULL,
+  received_day TEXT NOT NULL,
+  position INTEGER NOT NULL,
+  question_id BIGINT,
+  responses BIGINT NOT NULL,
+  UNIQUE (app_id, survey_id, received_day, position, question_id));
+CREATE TABLE IF NOT EXISTS result_answer_days (
+  app_id TEXT NOT NULL,
+  survey_id TEXT NOT NULL,
+  received_day TEXT NOT NULL,
+  position INTEGER NOT NULL,
+  question_id BIGINT,
+  answer TEXT NOT NULL,
+  responses BIGINT NOT NULL,
+  UNIQUE (app_id, survey_id, received_day, position, question_id, answer));
 )SQL";
 
 // The filter shared by every read of one survey: $1 app, $2 survey, $3 and $4 the first and the
@@ -199,24 +226,24 @@ std::vector<std::pair<std::string, std::int64_t>> countsByText(Query& query) {
 
 std::optional<double> medianTimeTaken(sqlite3* db, const std::string& appId,
                                       const std::string& surveyId, const DayRange& days) {
-  Query count(db, "SELECT COUNT(time_taken) FROM result_responses" VLQ_RESPONSES_OF_SURVEY);
-  count.bindSurvey(appId, surveyId, days);
-  const std::int64_t values = count.step() ? count.integer(0) : 0;
-  if (values == 0) return std::nullopt;
-  // The middle value, or the two middle values of an even count.
-  Query middle(db, "SELECT time_taken FROM result_responses" VLQ_RESPONSES_OF_SURVEY
-                   " AND time_taken IS NOT NULL ORDER BY time_taken LIMIT $5 OFFSET $6");
-  middle.bindSurvey(appId, surveyId, days)
-      .bind("$5", std::int64_t{values % 2 == 0 ? 2 : 1})
-      .bind("$6", (values - 1) / 2);
-  double sum = 0;
-  int taken = 0;
-  while (middle.step()) {
-    sum += middle.optionalReal(0).value_or(0);
-    ++taken;
-  }
-  return taken == 0 ? std::nullopt : std::optional<double>(sum / taken);
+  // Read from the survey's index, which holds the times too; the middle is found in memory.
+  Query times(db, "SELECT time_taken FROM result_responses" VLQ_RESPONSES_OF_SURVEY
+                  " AND time_taken IS NOT NULL");
+  times.bindSurvey(appId, surveyId, days);
+  std::vector<double> values;
+  while (times.step())
+    values.push_back(times.optionalReal(0).value_or(0));
+  if (values.empty()) return std::nullopt;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  if (values.size() % 2 == 1) return *middle;
+  return (*std::max_element(values.begin(), middle) + *middle) / 2;
 }
+
+// Counts to add to a table of counts per day, by the rest of its key; each is written with one
+// statement at the end of the transaction.
+template <typename Key>
+using DayCounts = std::map<Key, std::int64_t>;
 
 }  // namespace
 
@@ -280,6 +307,7 @@ std::optional<ResultsStore::BatchAnswer> SqliteResultsStore::addEventBatch(
                  "INSERT INTO survey_events (app_id, survey_id, name, time_ms, event_day,"
                  " device_id, session_id, info, received_at)"
                  " VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9)");
+    DayCounts<std::tuple<std::string, std::string, std::string>> perDay;  // survey, day, name
     for (const SurveyEventRecord& event : batch.events) {
       insert.bind("$1", event.appId)
           .bind("$2", event.surveyId)
@@ -291,8 +319,19 @@ std::optional<ResultsStore::BatchAnswer> SqliteResultsStore::addEventBatch(
           .bind("$8", event.infoJson)
           .bind("$9", receivedAt)
           .run();
+      if (event.surveyId) ++perDay[{*event.surveyId, event.day, event.name}];
+    }
+    Query count(db_,
+                "INSERT INTO survey_event_days (app_id, survey_id, event_day, name, events)"
+                " VALUES ($1, $2, $3, $4, $5) ON CONFLICT (app_id, survey_id, event_day, name)"
+                " DO UPDATE SET events = survey_event_days.events + excluded.events");
+    for (const auto& [key, events] : perDay) {
+      const auto& [surveyId, day, name] = key;
+      count.bind("$1", appId).bind("$2", surveyId).bind("$3", day).bind("$4", name);
+      count.bind("$5", events).run();
     }
   });
+
   if (!written) return std::nullopt;
   return answer;
 }
@@ -316,8 +355,12 @@ bool SqliteResultsStore::addResponseFacts(const std::vector<ResponseFacts>& fact
                    " app_id, survey_id, received_day) VALUES ($1, $2, $3, $4, $5, $6, $7)");
     Query value(db_,
                 "INSERT INTO result_answer_values (response_id, position, ordinal, answer,"
-                " question_id, app_id, survey_id, received_day)"
-                " VALUES ($1, $2, $3, $4, $5, $6, $7, $8)");
+                " app_id, survey_id, received_day) VALUES ($1, $2, $3, $4, $5, $6, $7)");
+    // (app, survey, day, place, question id); an answer's counts add the answer.
+    using QuestionKey =
+        std::tuple<std::string, std::string, std::string, int, std::optional<std::int64_t>>;
+    DayCounts<QuestionKey> questionsPerDay;
+    DayCounts<std::pair<QuestionKey, std::string>> answersPerDay;
     for (const ResponseFacts& fact : facts) {
       response.bind("$1", fact.responseId)
           .bind("$2", fact.appId)
@@ -328,8 +371,9 @@ bool SqliteResultsStore::addResponseFacts(const std::vector<ResponseFacts>& fact
           .bind("$7", fact.sessionId)
           .bind("$8", fact.deviceUuid)
           .run();
-      // Kept already (another collector on the same file read it first): its answers are too.
-      if (sqlite3_changes(db_) == 0) continue;
+      // Kept already (another collector on the same file read it first), or of no survey: its
+      // answers count nowhere (again).
+      if (sqlite3_changes(db_) == 0 || !fact.surveyId) continue;
       for (const AnsweredQuestion& question : fact.answered) {
         answered.bind("$1", fact.responseId)
             .bind("$2", question.position)
@@ -339,18 +383,45 @@ bool SqliteResultsStore::addResponseFacts(const std::vector<ResponseFacts>& fact
             .bind("$6", fact.surveyId)
             .bind("$7", fact.receivedDay)
             .run();
+        const QuestionKey key{fact.appId, *fact.surveyId, fact.receivedDay, question.position,
+                              question.questionId};
+        ++questionsPerDay[key];
         for (std::size_t ordinal = 0; ordinal < question.answers.size(); ++ordinal) {
           value.bind("$1", fact.responseId)
               .bind("$2", question.position)
               .bind("$3", static_cast<std::int64_t>(ordinal))
               .bind("$4", question.answers[ordinal])
-              .bind("$5", question.questionId)
-              .bind("$6", fact.appId)
-              .bind("$7", fact.surveyId)
-              .bind("$8", fact.receivedDay)
+              .bind("$5", fact.appId)
+              .bind("$6", fact.surveyId)
+              .bind("$7", fact.receivedDay)
               .run();
+          ++answersPerDay[{key, question.answers[ordinal]}];
         }
       }
+    }
+    // A row whose question id is none never conflicts with an earlier one, so such counts may
+    // take several rows; the figures add them up all the same.
+    Query questionCount(
+        db_,
+        "INSERT INTO result_question_days (app_id, survey_id, received_day, position,"
+        " question_id, responses) VALUES ($1, $2, $3, $4, $5, $6)"
+        " ON CONFLICT (app_id, survey_id, received_day, position, question_id)"
+        " DO UPDATE SET responses = result_question_days.responses + excluded.responses");
+    for (const auto& [key, count] : questionsPerDay) {
+      const auto& [appId, surveyId, day, position, questionId] = key;
+      questionCount.bind("$1", appId).bind("$2", surveyId).bind("$3", day);
+      questionCount.bind("$4", position).bind("$5", questionId).bind("$6", count).run();
+    }
+    Query answerCount(
+        db_,
+        "INSERT INTO result_answer_days (app_id, survey_id, received_day, position,"
+        " question_id, answer, responses) VALUES ($1, $2, $3, $4, $5, $6, $7)"
+        " ON CONFLICT (app_id, survey_id, received_day, position, question_id, answer)"
+        " DO UPDATE SET responses = result_answer_days.responses + excluded.responses");
+    for (const auto& [key, count] : answersPerDay) {
+      const auto& [appId, surveyId, day, position, questionId] = key.first;
+      answerCount.bind("$1", appId).bind("$2", surveyId).bind("$3", day).bind("$4", position);
+      answerCount.bind("$5", questionId).bind("$6", key.second).bind("$7", count).run();
     }
   });
 }
@@ -367,21 +438,21 @@ SurveyTallies SqliteResultsStore::tallies(const std::string& appId, const std::s
   tallies.medianTimeTaken = medianTimeTaken(db_, appId, surveyId, days);
 
   Query events(db_,
-               "SELECT name, COUNT(*) FROM survey_events WHERE app_id = $1 AND survey_id = $2"
-               " AND event_day >= $3 AND event_day <= $4 GROUP BY name");
+               "SELECT name, SUM(events) FROM survey_event_days WHERE app_id = $1"
+               " AND survey_id = $2 AND event_day >= $3 AND event_day <= $4 GROUP BY name");
   tallies.eventsByName = countsByText(events.bindSurvey(appId, surveyId, days));
 
-  Query answered(
-      db_, "SELECT position, question_id, COUNT(*) FROM result_answers" VLQ_RESPONSES_OF_SURVEY
-           " GROUP BY position, question_id");
+  Query answered(db_,
+                 "SELECT position, question_id, SUM(responses) FROM "
+                 "result_question_days" VLQ_RESPONSES_OF_SURVEY " GROUP BY position, question_id");
   answered.bindSurvey(appId, surveyId, days);
   while (answered.step()) {
     tallies.answered.push_back(
         {static_cast<int>(answered.integer(0)), answered.optionalInteger(1), answered.integer(2)});
   }
   Query answers(db_,
-                "SELECT position, question_id, answer, COUNT(*) FROM "
-                "result_answer_values" VLQ_RESPONSES_OF_SURVEY
+                "SELECT position, question_id, answer, SUM(responses) FROM "
+                "result_answer_days" VLQ_RESPONSES_OF_SURVEY
                 " GROUP BY position, question_id, answer");
   answers.bindSurvey(appId, surveyId, days);
   while (answers.step()) {
@@ -460,8 +531,8 @@ std::vector<SurveySummary> SqliteResultsStore::surveys(const std::string& appId)
               " SELECT survey_id, COUNT(*) AS responses FROM result_responses"
               " WHERE app_id = $1 AND survey_id IS NOT NULL GROUP BY survey_id"
               " UNION ALL"
-              " SELECT DISTINCT survey_id, 0 AS responses FROM survey_events"
-              " WHERE app_id = $1 AND survey_id IS NOT NULL) AS known"
+              " SELECT DISTINCT survey_id, 0 AS responses FROM survey_event_days"
+              " WHERE app_id = $1) AS known"
               " GROUP BY survey_id ORDER BY survey_id");
   query.bind("$1", appId);
   std::vector<SurveySummary> surveys;
