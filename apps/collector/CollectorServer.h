@@ -10,6 +10,9 @@
 //   GET  /v2/api/surveys?appId=ID           the configuration document, byte for byte, when one
 //                                           was given; 404 otherwise
 //
+// and the survey results: the events hosts upload, the figures as JSON and CSV, and the results
+// page (ResultsRoutes.h).
+//
 // A post without an appId parameter is stored with an empty app id, so that a host that forgets
 // the parameter is seen rather than turned away; its `url` shows what was sent. Listing with
 // `appId=` (empty) returns exactly those posts.

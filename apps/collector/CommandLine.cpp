@@ -82,6 +82,10 @@ Receives survey responses over HTTP and stores them in SQLite.
                                           answer again and stores nothing
   GET  /v2/api/survey-responses?appId=ID  the stored bodies as a JSON array (all without appId)
   GET  /v2/api/surveys?appId=ID           the --config file's bytes (404 without --config)
+  POST /v2/api/events?appId=ID            store a host's batch of analytics events
+  GET  /v2/api/results?appId=ID&survey=ID a survey's results as JSON (from=, to= YYYY-MM-DD)
+  GET  /v2/api/results.csv?appId=ID&survey=ID   its responses as CSV
+  GET  /results?appId=ID                  the results page
 
 options:
   --port N       port to listen on; 0 (the default) picks a free one
