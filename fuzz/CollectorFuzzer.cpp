@@ -2,7 +2,9 @@
 // target, headers and body: a post whose body is not a JSON object (or nests deeper than the
 // reader allows) is answered 400 and stores nothing; an object is stored once, as sent, and
 // answered with the configured status, unless its idempotency key was seen, which gets the first
-// answer again; the listing is always a JSON array.
+// answer again; the listing is always a JSON array. Events and results never fail: an events post
+// is stored, refused or a conflicting repeat, and a read of results is answered, refused or not
+// found.
 
 #include <httplib.h>
 
@@ -34,13 +36,21 @@ std::string method(vlq::fuzz::FuzzInput& input) {
 }
 
 std::string target(vlq::fuzz::FuzzInput& input) {
-  switch (input.byte() % 4) {
+  switch (input.byte() % 8) {
     case 0:
       return "/v2/api/survey-response?appId=" + input.text();
     case 1:
       return "/v2/api/survey-responses?" + input.text();
     case 2:
       return "/v2/api/surveys";
+    case 3:
+      return "/v2/api/events?appId=" + input.text();
+    case 4:
+      return "/v2/api/results?appId=a&" + input.text();
+    case 5:
+      return "/v2/api/results.csv?appId=a&" + input.text();
+    case 6:
+      return "/results?" + input.text();
     default:
       return input.text();
   }
@@ -127,8 +137,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   require(stored.size() == storedBefore);
-  if ((request.method == "GET" || request.method == "HEAD") && path == "/v2/api/survey-responses") {
+  const bool reads = request.method == "GET" || request.method == "HEAD";
+  if (reads && path == "/v2/api/survey-responses") {
     require(answer.status == 200 && Json::parse(answer.body).is_array());
+  }
+  // Results are answered, refused for a reason, or not found; never failed.
+  if (reads && (path == "/v2/api/results" || path == "/v2/api/results.csv" || path == "/results")) {
+    require(answer.status == 200 || answer.status == 400 || answer.status == 404);
+  }
+  if (path == "/v2/api/results" && reads) require(Json::parse(answer.body).is_object());
+  if (path == "/v2/api/events" && request.method == "POST") {
+    require(answer.status == 200 || answer.status == 400 || answer.status == 409);
   }
   return 0;
 }

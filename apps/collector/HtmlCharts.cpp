@@ -1,7 +1,8 @@
 #include "collector/HtmlCharts.h"
 
+#include <httplib.h>
+
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 
 namespace vlq::collector {
@@ -49,24 +50,11 @@ std::string escapeHtml(std::string_view text) {
 
 std::string pageLink(std::string_view path,
                      const std::vector<std::pair<std::string, std::string>>& parameters) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
   std::string link(path);
   char separator = '?';
   for (const auto& [name, value] : parameters) {
     if (value.empty()) continue;
-    link += separator;
-    link += name;
-    link += '=';
-    for (const char c : value) {
-      const auto byte = static_cast<unsigned char>(c);
-      if (std::isalnum(byte) || c == '-' || c == '.' || c == '_' || c == '~') {
-        link += c;
-      } else {
-        link += '%';
-        link += kHex[byte >> 4];
-        link += kHex[byte & 0xF];
-      }
-    }
+    link += separator + name + "=" + httplib::detail::encode_query_param(value);
     separator = '&';
   }
   return link;

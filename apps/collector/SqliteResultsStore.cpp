@@ -8,6 +8,8 @@
 #include <tuple>
 #include <utility>
 
+#include "collector/SqliteQuery.h"
+
 namespace vlq::collector {
 namespace {
 
@@ -100,121 +102,15 @@ CREATE TABLE IF NOT EXISTS result_answer_days (
 constexpr const char* kBeforeEveryDay = "0000-00-00";
 constexpr const char* kAfterEveryDay = "9999-99-99";
 
-// A prepared statement with named parameters; it finalises itself. Any failure throws, so that
-// one try block covers a whole transaction.
-class Query {
- public:
-  Query(sqlite3* db, const char* sql) : db_(db) {
-    if (sqlite3_prepare_v2(db, sql, -1, &statement_, nullptr) != SQLITE_OK) fail();
-  }
-  ~Query() { sqlite3_finalize(statement_); }
-  Query(const Query&) = delete;
-  Query& operator=(const Query&) = delete;
+using Query = SqliteQuery;
 
-  Query& bind(const char* name, const std::string& text) {
-    return check(sqlite3_bind_text(statement_, index(name), text.data(),
-                                   static_cast<int>(text.size()), SQLITE_TRANSIENT));
-  }
-  Query& bind(const char* name, const char* text) { return bind(name, std::string(text)); }
-  Query& bind(const char* name, std::int64_t number) {
-    return check(sqlite3_bind_int64(statement_, index(name), number));
-  }
-  Query& bind(const char* name, int number) { return bind(name, std::int64_t{number}); }
-  Query& bind(const char* name, const std::optional<std::string>& text) {
-    return text ? bind(name, *text) : check(sqlite3_bind_null(statement_, index(name)));
-  }
-  Query& bind(const char* name, const std::optional<std::int64_t>& number) {
-    return number ? bind(name, *number) : check(sqlite3_bind_null(statement_, index(name)));
-  }
-  Query& bind(const char* name, const std::optional<double>& number) {
-    return check(number ? sqlite3_bind_double(statement_, index(name), *number)
-                        : sqlite3_bind_null(statement_, index(name)));
-  }
-  // Binds $1 to $4 to the app, the survey and the range of days.
-  Query& bindSurvey(const std::string& appId, const std::string& surveyId, const DayRange& days) {
-    return bind("$1", appId)
-        .bind("$2", surveyId)
-        .bind("$3", days.from.empty() ? kBeforeEveryDay : days.from.c_str())
-        .bind("$4", days.to.empty() ? kAfterEveryDay : days.to.c_str());
-  }
-
-  // True with a row to read, false at the end.
-  bool step() {
-    const int result = sqlite3_step(statement_);
-    if (result == SQLITE_ROW) return true;
-    if (result != SQLITE_DONE) fail();
-    return false;
-  }
-  void run() {
-    step();
-    sqlite3_reset(statement_);
-  }
-
-  std::string text(int column) const {
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
-    return bytes ? std::string(bytes,
-                               static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)))
-                 : std::string();
-  }
-  std::optional<std::string> optionalText(int column) const {
-    if (isNull(column)) return std::nullopt;
-    return text(column);
-  }
-  std::int64_t integer(int column) const { return sqlite3_column_int64(statement_, column); }
-  std::optional<std::int64_t> optionalInteger(int column) const {
-    if (isNull(column)) return std::nullopt;
-    return integer(column);
-  }
-  std::optional<double> optionalReal(int column) const {
-    if (isNull(column)) return std::nullopt;
-    return sqlite3_column_double(statement_, column);
-  }
-
- private:
-  bool isNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
-  int index(const char* name) const {
-    const int found = sqlite3_bind_parameter_index(statement_, name);
-    if (found == 0) throw std::logic_error(std::string("no SQL parameter ") + name);
-    return found;
-  }
-  Query& check(int result) {
-    if (result != SQLITE_OK) fail();
-    return *this;
-  }
-  [[noreturn]] void fail() const { throw std::runtime_error(sqlite3_errmsg(db_)); }
-
-  sqlite3* db_;
-  sqlite3_stmt* statement_ = nullptr;
-};
-
-void execute(sqlite3* db, const char* sql) {
-  char* message = nullptr;
-  if (sqlite3_exec(db, sql, nullptr, nullptr, &message) != SQLITE_OK) {
-    std::string text = message ? message : sqlite3_errmsg(db);
-    sqlite3_free(message);
-    throw std::runtime_error(text);
-  }
-}
-
-// Runs `work` in one write transaction; false, with `error` filled, when any of it fails, and
-// then nothing of it stays.
-template <typename Work>
-bool inTransaction(sqlite3* db, std::string& error, Work&& work) {
-  try {
-    execute(db, "BEGIN IMMEDIATE");
-  } catch (const std::exception& e) {
-    error = e.what();
-    return false;
-  }
-  try {
-    work();
-    execute(db, "COMMIT");
-    return true;
-  } catch (const std::exception& e) {
-    error = e.what();
-    sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
-    return false;
-  }
+// Binds $1 to $4 to the app, the survey and the range of days.
+Query& bindSurvey(Query& query, const std::string& appId, const std::string& surveyId,
+                  const DayRange& days) {
+  return query.bind("$1", appId)
+      .bind("$2", surveyId)
+      .bind("$3", days.from.empty() ? kBeforeEveryDay : days.from.c_str())
+      .bind("$4", days.to.empty() ? kAfterEveryDay : days.to.c_str());
 }
 
 std::vector<std::pair<std::string, std::int64_t>> countsByText(Query& query) {
@@ -229,7 +125,7 @@ std::optional<double> medianTimeTaken(sqlite3* db, const std::string& appId,
   // Read from the survey's index, which holds the times too; the middle is found in memory.
   Query times(db, "SELECT time_taken FROM result_responses" VLQ_RESPONSES_OF_SURVEY
                   " AND time_taken IS NOT NULL");
-  times.bindSurvey(appId, surveyId, days);
+  bindSurvey(times, appId, surveyId, days);
   std::vector<double> values;
   while (times.step())
     values.push_back(times.optionalReal(0).value_or(0));
@@ -260,7 +156,7 @@ std::unique_ptr<SqliteResultsStore> SqliteResultsStore::open(const std::string& 
   // The response store writes to the same file through its own connection.
   sqlite3_busy_timeout(db, 5000);
   try {
-    execute(db, kSchema);
+    executeSql(db, kSchema);
   } catch (const std::exception& e) {
     error = "cannot use database " + name + " for results: " + e.what();
     sqlite3_close(db);
@@ -279,7 +175,7 @@ std::optional<ResultsStore::BatchAnswer> SqliteResultsStore::addEventBatch(
   std::lock_guard lock(mutex_);
   BatchAnswer answer;
   answer.stored = static_cast<std::int64_t>(batch.events.size());
-  const bool written = inTransaction(db_, error, [&] {
+  const bool written = inSqliteTransaction(db_, error, [&] {
     if (!idempotencyKey.empty()) {
       Query claim(db_,
                   "INSERT INTO survey_event_batches"
@@ -345,7 +241,7 @@ std::int64_t SqliteResultsStore::lastResponseRead() {
 bool SqliteResultsStore::addResponseFacts(const std::vector<ResponseFacts>& facts,
                                           std::string& error) {
   std::lock_guard lock(mutex_);
-  return inTransaction(db_, error, [&] {
+  return inSqliteTransaction(db_, error, [&] {
     Query response(db_,
                    "INSERT INTO result_responses (response_id, app_id, survey_id, received_at,"
                    " received_day, time_taken, session_id, device_uuid)"
@@ -432,7 +328,7 @@ SurveyTallies SqliteResultsStore::tallies(const std::string& appId, const std::s
   SurveyTallies tallies;
   Query perDay(db_, "SELECT received_day, COUNT(*) FROM result_responses" VLQ_RESPONSES_OF_SURVEY
                     " GROUP BY received_day ORDER BY received_day");
-  tallies.responsesPerDay = countsByText(perDay.bindSurvey(appId, surveyId, days));
+  tallies.responsesPerDay = countsByText(bindSurvey(perDay, appId, surveyId, days));
   for (const auto& [day, count] : tallies.responsesPerDay)
     tallies.responses += count;
   tallies.medianTimeTaken = medianTimeTaken(db_, appId, surveyId, days);
@@ -440,12 +336,12 @@ SurveyTallies SqliteResultsStore::tallies(const std::string& appId, const std::s
   Query events(db_,
                "SELECT name, SUM(events) FROM survey_event_days WHERE app_id = $1"
                " AND survey_id = $2 AND event_day >= $3 AND event_day <= $4 GROUP BY name");
-  tallies.eventsByName = countsByText(events.bindSurvey(appId, surveyId, days));
+  tallies.eventsByName = countsByText(bindSurvey(events, appId, surveyId, days));
 
   Query answered(db_,
                  "SELECT position, question_id, SUM(responses) FROM "
                  "result_question_days" VLQ_RESPONSES_OF_SURVEY " GROUP BY position, question_id");
-  answered.bindSurvey(appId, surveyId, days);
+  bindSurvey(answered, appId, surveyId, days);
   while (answered.step()) {
     tallies.answered.push_back(
         {static_cast<int>(answered.integer(0)), answered.optionalInteger(1), answered.integer(2)});
@@ -454,7 +350,7 @@ SurveyTallies SqliteResultsStore::tallies(const std::string& appId, const std::s
                 "SELECT position, question_id, answer, SUM(responses) FROM "
                 "result_answer_days" VLQ_RESPONSES_OF_SURVEY
                 " GROUP BY position, question_id, answer");
-  answers.bindSurvey(appId, surveyId, days);
+  bindSurvey(answers, appId, surveyId, days);
   while (answers.step()) {
     tallies.answers.push_back({static_cast<int>(answers.integer(0)), answers.optionalInteger(1),
                                answers.text(2), answers.integer(3)});
@@ -462,7 +358,7 @@ SurveyTallies SqliteResultsStore::tallies(const std::string& appId, const std::s
   Query others(
       db_, "SELECT position, question_id, other_text FROM result_answers" VLQ_RESPONSES_OF_SURVEY
            " AND other_text IS NOT NULL ORDER BY response_id DESC");
-  others.bindSurvey(appId, surveyId, days);
+  bindSurvey(others, appId, surveyId, days);
   while (others.step()) {
     tallies.otherTexts.push_back(
         {static_cast<int>(others.integer(0)), others.optionalInteger(1), others.text(2)});
@@ -486,9 +382,9 @@ void SqliteResultsStore::forEachResponse(const std::string& appId, const std::st
   Query values(
       db_, "SELECT response_id, position, answer FROM result_answer_values" VLQ_RESPONSES_OF_SURVEY
            " ORDER BY response_id, position, ordinal");
-  responses.bindSurvey(appId, surveyId, days);
-  questions.bindSurvey(appId, surveyId, days);
-  values.bindSurvey(appId, surveyId, days);
+  bindSurvey(responses, appId, surveyId, days);
+  bindSurvey(questions, appId, surveyId, days);
+  bindSurvey(values, appId, surveyId, days);
   bool moreQuestions = questions.step();
   bool moreValues = values.step();
   while (responses.step()) {

@@ -1,6 +1,7 @@
 #include "host/reference/EventUploader.h"
 
-#include <cctype>
+#include <httplib.h>
+
 #include <cmath>
 #include <utility>
 
@@ -9,22 +10,6 @@
 namespace vlq::reference {
 
 namespace {
-
-std::string percentEncoded(const std::string& text) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (std::isalnum(byte) || c == '-' || c == '.' || c == '_' || c == '~') {
-      encoded += c;
-    } else {
-      encoded += '%';
-      encoded += kHex[byte >> 4];
-      encoded += kHex[byte & 0xF];
-    }
-  }
-  return encoded;
-}
 
 // Seconds since 1970 as whole milliseconds, cut toward zero; 0 for a time that is no number.
 std::int64_t milliseconds(double seconds) {
@@ -39,7 +24,7 @@ EventUploader::EventUploader(AnalyticsStore& analytics, EventUploadSettings sett
                              OutboxTransport transport)
     : analytics_(analytics),
       settings_(std::move(settings)),
-      url_(kEventsPath + percentEncoded(settings_.appId)),
+      url_(kEventsPath + httplib::detail::encode_query_param(settings_.appId)),
       outbox_(settings_.outbox, std::move(transport), work_) {
   schedule(0);
 }
