@@ -1,7 +1,12 @@
 // Survey results computed by a collector from known bodies and events: every figure, the date
 // filters, a document changed after the responses arrived, and the CSV export.
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 #include "ResultsFixture.h"
+#include "collector/CalendarDay.h"
 
 namespace vlq::collector::test {
 namespace {
@@ -245,6 +250,67 @@ TEST_F(ResultsTest, TheCsvHasOneRowPerResponseThatASpreadsheetReadsAsWritten) {
   ASSERT_TRUE(result);
   EXPECT_EQ(std::count(result->body.begin(), result->body.end(), '\n'), 2);
   EXPECT_EQ(get("/v2/api/results.csv?appId=app&survey=s1&from=2024-13-01")->status, 400);
+}
+
+TEST_F(ResultsTest, EveryResponseStoredBeforeARequestCountsOnceWhilePostsArriveAndAfterARestart) {
+  start(kDocument);
+  constexpr int kPosters = 4;
+  constexpr int kPostsEach = 40;
+  std::atomic<int> acknowledged{0};
+  std::atomic<bool> posting{true};
+  std::vector<std::thread> posters;
+  for (int poster = 0; poster < kPosters; ++poster) {
+    posters.emplace_back([&] {
+      httplib::Client client(baseUrl());
+      for (int n = 0; n < kPostsEach; ++n) {
+        const Json posted = body("s1", Json::array({answered(1, Json::array({"b"}))}), n);
+        auto result =
+            client.Post("/v2/api/survey-response?appId=app", posted.dump(), "application/json");
+        if (result && result->status == 200) ++acknowledged;
+      }
+    });
+  }
+  // Each read counts at least what was acknowledged before it began, and never more than posted.
+  std::thread reader([&] {
+    httplib::Client client(baseUrl());
+    while (posting.load()) {
+      const int before = acknowledged.load();
+      auto result = client.Get("/v2/api/results?appId=app&survey=s1");
+      ASSERT_TRUE(result && result->status == 200);
+      const Json results = Json::parse(result->body);
+      EXPECT_GE(results["responses"].get<int>(), before);
+      EXPECT_LE(results["responses"].get<int>(), kPosters * kPostsEach);
+      EXPECT_EQ(results["questions"][0]["answered"], results["responses"]);
+    }
+  });
+  for (auto& poster : posters)
+    poster.join();
+  posting = false;
+  reader.join();
+  ASSERT_EQ(acknowledged.load(), kPosters * kPostsEach);
+
+  const Json counted = getJson("/v2/api/results?appId=app&survey=s1");
+  EXPECT_EQ(counted["responses"], kPosters * kPostsEach);
+  EXPECT_EQ(counted["questions"][0]["choices"][1]["count"], kPosters * kPostsEach);
+  start(kDocument);
+  EXPECT_EQ(getJson("/v2/api/results?appId=app&survey=s1"), counted);
+}
+
+TEST(CalendarDay, DaysAreRealDatesOfTheProlepticCalendarInUtc) {
+  EXPECT_EQ(utcDayOfMilliseconds(0), "1970-01-01");
+  EXPECT_EQ(utcDayOfMilliseconds(-1), "1969-12-31");
+  EXPECT_EQ(utcDayOfMilliseconds(kMay1 - 1), "2024-04-30");
+  EXPECT_EQ(utcDayOfMilliseconds(INT64_MAX), "9999-12-31");
+  EXPECT_EQ(utcDayOfMilliseconds(INT64_MIN), "0001-01-01");
+  EXPECT_EQ(daysSinceEpoch("2024-05-01"), kMay1 / kDay);
+  for (const char* real : {"2024-02-29", "2000-02-29", "0001-01-01", "9999-12-31"}) {
+    ASSERT_TRUE(daysSinceEpoch(real)) << real;
+    EXPECT_EQ(dayAfterEpoch(*daysSinceEpoch(real)), real);
+  }
+  for (const char* unreal : {"2023-02-29", "1900-02-29", "2024-04-31", "2024-00-10", "0000-01-01",
+                             "2024-5-01", "2024-05-01T00", "２０２４-05-01", ""}) {
+    EXPECT_FALSE(daysSinceEpoch(unreal)) << unreal;
+  }
 }
 
 }  // namespace
