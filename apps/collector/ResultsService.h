@@ -6,7 +6,7 @@
 //
 // The facts of each response (ResponseFacts.h) are taken from its body once, when the collector
 // stores it, and written to the results store in batches by a thread of the service's own, so
-// that storing a response costs no more than before. Whatever was stored while no service was
+// that a post waits for no write beyond its own. Whatever was stored while no service was
 // running, or was still queued when a process ended, is read from the response store the next
 // time: every read of results first brings the facts up to date, so results always count every
 // response stored before the request. Thread-safe.

@@ -81,7 +81,8 @@ class ResultsStore {
                                                    const EventBatch& batch, std::string& error) = 0;
 
   // The highest response id whose facts are kept; 0 when none are. Responses are read in id
-  // order, so every response up to it is kept.
+  // order, so every response up to it is kept. (On a database where concurrent writers may
+  // commit ids out of order, a store must also find the responses it skipped.)
   virtual std::int64_t lastResponseRead() = 0;
   // Keeps the facts of responses read from the response store, in id order; facts already kept
   // are left as they are. False, with `error` filled, when the database refuses the write.
