@@ -33,6 +33,7 @@
 
 #include "collector/CalendarDay.h"
 #include "collector/CollectorServer.h"
+#include "collector/ResultsService.h"
 #include "collector/SqliteResultsStore.h"
 #include "host/JsonDocument.h"
 
@@ -120,7 +121,7 @@ void storeBodies(const std::filesystem::path& path, int responses) {
 // Six of the plug-in's events per response, in batches of a thousand, as hosts upload them.
 void storeEvents(const std::filesystem::path& path, int responses) {
   std::string error;
-  auto store = SqliteResultsStore::open(path.string(), error);
+  auto store = SqliteResultsStore::open(resultsDatabasePath(path.string()), error);
   if (!store) throw std::runtime_error(error);
   EventBatch batch;
   const auto flush = [&] {
@@ -228,6 +229,7 @@ int run(int responses, int runs) {
   for (int run = 0; run < runs; ++run) {
     std::filesystem::copy_file(bodiesOnly, database,
                                std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::remove(resultsDatabasePath(database.string()));
     firsts.push_back(milliseconds([&] {
       auto server = startCollector(database);
       fetch(server->baseUrl(), "/v2/api/results?appId=app&survey=checkout");

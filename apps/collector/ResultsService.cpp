@@ -1,6 +1,7 @@
 #include "collector/ResultsService.h"
 
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
@@ -32,10 +33,17 @@ void keep(ResultsStore& store, const std::vector<ResponseFacts>& facts) {
 
 }  // namespace
 
+std::string resultsDatabasePath(const std::string& database) {
+  if (database.empty() || database == ":memory:") return {};
+  const std::filesystem::path path(database);
+  return (path.parent_path() / (path.stem().string() + ".results" + path.extension().string()))
+      .string();
+}
+
 std::unique_ptr<ResultsService> ResultsService::open(
     const std::string& database, const std::optional<std::string>& configDocument,
     ResponseSource source, std::string& error) {
-  auto store = SqliteResultsStore::open(database == ":memory:" ? std::string() : database, error);
+  auto store = SqliteResultsStore::open(resultsDatabasePath(database), error);
   if (!store) return nullptr;
   return std::unique_ptr<ResultsService>(new ResultsService(
       std::move(store), SurveyCatalog::fromDocument(configDocument), std::move(source)));

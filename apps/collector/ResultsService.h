@@ -28,14 +28,20 @@
 
 namespace vlq::collector {
 
+// Where the events and the figures' tables of the responses kept in the SQLite file `database` are
+// kept: in a file of their own beside it ("responses.sqlite" gives "responses.results.sqlite"), so
+// that computing results never holds a lock that a post waits for; empty (in memory) when the
+// responses are kept in memory.
+std::string resultsDatabasePath(const std::string& database);
+
 // Up to `limit` stored responses with an id above `afterId`, in id order.
 using ResponseSource =
     std::function<std::vector<StoredResponse>(std::int64_t afterId, std::size_t limit)>;
 
 class ResultsService {
  public:
-  // Opens the results store beside the responses in `database` (empty or ":memory:": in memory)
-  // and reads the surveys of `configDocument`. Null, with `error` filled, when the store cannot
+  // Opens the results store beside the responses in `database` (resultsDatabasePath) and reads
+  // the surveys of `configDocument`. Null, with `error` filled, when the store cannot
   // be opened.
   static std::unique_ptr<ResultsService> open(const std::string& database,
                                               const std::optional<std::string>& configDocument,

@@ -153,7 +153,7 @@ std::unique_ptr<SqliteResultsStore> SqliteResultsStore::open(const std::string& 
     sqlite3_close(db);
     return nullptr;
   }
-  // The response store writes to the same file through its own connection.
+  // Another collector on the same file may hold the write lock for a moment.
   sqlite3_busy_timeout(db, 5000);
   try {
     executeSql(db, kSchema);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The results store in SQLite: its own connection to the collector's database file (or its own
-// in-memory database when the responses are kept in memory), guarded by a mutex.
+// The results store in SQLite: one connection to a database file of its own (or an in-memory
+// database), guarded by a mutex.
 //
 // The queries are plain SQL that PostgreSQL reads as well: numbered parameters ($1), GROUP BY,
 // LIMIT and OFFSET, INSERT ... ON CONFLICT DO NOTHING. Each figure is a grouped count over an

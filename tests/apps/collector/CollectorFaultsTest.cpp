@@ -9,6 +9,7 @@
 #include <string>
 
 #include "collector/CollectorServer.h"
+#include "collector/ResultsService.h"
 
 namespace vlq::collector {
 namespace {
@@ -34,6 +35,7 @@ TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARe
   const auto path = std::filesystem::temp_directory_path() /
                     ("vlq-collector-faults-" + std::to_string(::getpid()) + ".sqlite");
   std::filesystem::remove(path);
+  std::filesystem::remove(resultsDatabasePath(path.string()));
   // A file written before keys were kept, holding one body: it gains the key when opened.
   sqlite3* old = nullptr;
   ASSERT_EQ(sqlite3_open(path.c_str(), &old), SQLITE_OK);
@@ -79,6 +81,7 @@ TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARe
   EXPECT_EQ(stored[4].idempotencyKey, "key-2");
   server.reset();
   std::filesystem::remove(path);
+  std::filesystem::remove(resultsDatabasePath(path.string()));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "collector/CollectorServer.h"
+#include "collector/ResultsService.h"
 
 namespace vlq::collector {
 namespace {
@@ -31,12 +32,16 @@ Json getJson(CollectorServer& server, const std::string& target) {
   return Json::parse(result->body);
 }
 
-// A scratch database file, removed afterwards.
+// A scratch database file (and the results' file beside it), removed afterwards.
 struct TempDatabase {
   std::filesystem::path path = std::filesystem::temp_directory_path() /
                                ("vlq-collector-test-" + std::to_string(::getpid()) + ".sqlite");
-  TempDatabase() { std::filesystem::remove(path); }
-  ~TempDatabase() { std::filesystem::remove(path); }
+  TempDatabase() { remove(); }
+  ~TempDatabase() { remove(); }
+  void remove() const {
+    std::filesystem::remove(path);
+    std::filesystem::remove(resultsDatabasePath(path.string()));
+  }
 };
 
 TEST(CollectorServer, StoresPostedObjectsAndListsThemByAppId) {

@@ -3,6 +3,8 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include "collector/ResultsService.h"
+
 namespace vlq::collector::test {
 
 ResultsFixture::ResultsFixture() {
@@ -11,6 +13,7 @@ ResultsFixture::ResultsFixture() {
       std::filesystem::temp_directory_path() /
       ("vlq-results-test-" + std::to_string(::getpid()) + "-" + std::to_string(++made) + ".sqlite");
   std::filesystem::remove(database);
+  std::filesystem::remove(resultsDatabasePath(database.string()));
   // The response store makes its table.
   std::string error;
   CollectorOptions options;
@@ -21,6 +24,7 @@ ResultsFixture::ResultsFixture() {
 ResultsFixture::~ResultsFixture() {
   server_.reset();
   std::filesystem::remove(database);
+  std::filesystem::remove(resultsDatabasePath(database.string()));
 }
 
 void ResultsFixture::storeReceived(const std::string& appId, const std::string& receivedAt,

@@ -262,6 +262,7 @@ TEST_F(ResultsTest, EveryResponseStoredBeforeARequestCountsOnceWhilePostsArriveA
   for (int poster = 0; poster < kPosters; ++poster) {
     posters.emplace_back([&] {
       httplib::Client client(baseUrl());
+      client.set_read_timeout(60);  // a machine busy with other builds may be slow
       for (int n = 0; n < kPostsEach; ++n) {
         const Json posted = body("s1", Json::array({answered(1, Json::array({"b"}))}), n);
         auto result =
@@ -273,10 +274,12 @@ TEST_F(ResultsTest, EveryResponseStoredBeforeARequestCountsOnceWhilePostsArriveA
   // Each read counts at least what was acknowledged before it began, and never more than posted.
   std::thread reader([&] {
     httplib::Client client(baseUrl());
+    client.set_read_timeout(60);
     while (posting.load()) {
       const int before = acknowledged.load();
       auto result = client.Get("/v2/api/results?appId=app&survey=s1");
-      ASSERT_TRUE(result && result->status == 200);
+      ASSERT_TRUE(result) << httplib::to_string(result.error());
+      ASSERT_EQ(result->status, 200) << result->body;
       const Json results = Json::parse(result->body);
       EXPECT_GE(results["responses"].get<int>(), before);
       EXPECT_LE(results["responses"].get<int>(), kPosters * kPostsEach);
