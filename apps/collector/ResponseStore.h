@@ -73,6 +73,9 @@ class ResponseStore {
   // parses (the database was edited by hand) reads as null.
   virtual std::vector<StoredResponse> all(const std::optional<std::string>& appId) const = 0;
 
+  // Up to `limit` records of every app with an id above `after`, oldest first.
+  virtual std::vector<StoredResponse> after(std::int64_t after, std::size_t limit) const = 0;
+
   // Called with each newly stored record once it is kept for good, before store() returns for
   // it; one call at a time, in id order. Set it before the store is shared between threads.
   void setStoredListener(std::function<void(const StoredResponse&)> listener) {

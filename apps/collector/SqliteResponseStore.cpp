@@ -1,12 +1,8 @@
 #include "collector/SqliteResponseStore.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
+#include "collector/PrivateFile.h"
 #include "host/JsonDocument.h"
 
 namespace vlq::collector {
@@ -53,17 +49,6 @@ StoredResponse recordAt(const reference::SqliteStatement& row) {
   return stored;
 }
 
-// Creates the file readable by its owner only, so that SQLite, which gives its journal files the
-// database's permissions, keeps those private too. An existing file keeps its permissions; a
-// missing directory is an error, not made, since it is more likely a mistyped path.
-bool createPrivately(const std::string& path, std::string& error) {
-  const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (descriptor >= 0) ::close(descriptor);
-  if (descriptor >= 0 || errno == EEXIST) return true;
-  error = "cannot create " + path + ": " + std::strerror(errno);
-  return false;
-}
-
 }  // namespace
 
 std::unique_ptr<SqliteResponseStore> SqliteResponseStore::open(const std::string& path,
@@ -91,7 +76,7 @@ std::unique_ptr<SqliteResponseStore> SqliteResponseStore::open(const std::string
   auto store = std::unique_ptr<SqliteResponseStore>(new SqliteResponseStore(database));
   for (const auto* statement :
        {&store->begin_, &store->commit_, &store->rollback_, &store->insert_, &store->findByKey_,
-        &store->page_, &store->all_, &store->allOfApp_}) {
+        &store->page_, &store->all_, &store->allOfApp_, &store->after_}) {
     if (!*statement || !**statement) {
       error = "cannot use database " + path + ": " + sqlite3_errmsg(database);
       return nullptr;
@@ -117,6 +102,8 @@ SqliteResponseStore::SqliteResponseStore(sqlite3* database) : database_(database
   all_ = prepare(std::string("SELECT ") + kColumns + " FROM survey_responses ORDER BY id");
   allOfApp_ = prepare(std::string("SELECT ") + kColumns +
                       " FROM survey_responses WHERE app_id = ?1 ORDER BY id");
+  after_ = prepare(std::string("SELECT ") + kColumns +
+                   " FROM survey_responses WHERE id > ?1 ORDER BY id LIMIT ?2");
 }
 
 SqliteResponseStore::~SqliteResponseStore() {
@@ -128,6 +115,7 @@ SqliteResponseStore::~SqliteResponseStore() {
   page_.reset();
   all_.reset();
   allOfApp_.reset();
+  after_.reset();
   sqlite3_close(database_);
 }
 
@@ -263,6 +251,19 @@ std::vector<StoredResponse> SqliteResponseStore::all(
   Statement& select = appId ? *allOfApp_ : *all_;
   std::vector<StoredResponse> result;
   if (!appId || select.bind(1, *appId)) {
+    while (sqlite3_step(select.get()) == SQLITE_ROW)
+      result.push_back(recordAt(select));
+  }
+  select.reset();
+  return result;
+}
+
+std::vector<StoredResponse> SqliteResponseStore::after(std::int64_t after,
+                                                       std::size_t limit) const {
+  std::lock_guard lock(databaseMutex_);
+  Statement& select = *after_;
+  std::vector<StoredResponse> result;
+  if (select.bind(1, after) && select.bind(2, static_cast<std::int64_t>(limit))) {
     while (sqlite3_step(select.get()) == SQLITE_ROW)
       result.push_back(recordAt(select));
   }
