@@ -17,9 +17,10 @@
 #include <utility>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "FuzzChecks.h"
 #include "FuzzInput.h"
-#include "collector/CollectorServer.h"
 #include "host/JsonDocument.h"
 
 namespace {

@@ -13,19 +13,20 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/ReferenceUtilities.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "FuzzChecks.h"
 #include "host/JsonDocument.h"
-#include "host/Log.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/reference/ReferenceUtilities.h"
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
-#include "plugin/VLQSurveyPlugin.h"
 #include "support/RecordingHost.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace {
 

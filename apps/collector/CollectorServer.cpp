@@ -1,5 +1,3 @@
-#include "collector/CollectorServer.h"
-
 #include <httplib.h>
 #include <sys/socket.h>
 
@@ -12,6 +10,8 @@
 #include <stdexcept>
 #include <thread>
 #include <utility>
+
+#include <vlq/collector/CollectorServer.h>
 
 #include "collector/JsonObjectBody.h"
 #include "collector/ResponseStore.h"

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::collector {
 

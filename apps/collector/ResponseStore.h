@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "collector/StoredResponse.h"
+#include <vlq/collector/StoredResponse.h>
 
 namespace vlq::collector {
 

@@ -8,7 +8,8 @@
 #include <iterator>
 #include <sstream>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/CommandLine.h"
 
 namespace {

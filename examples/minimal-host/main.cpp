@@ -6,6 +6,11 @@
 //   minimal-host CONFIG_FILE SURVEY_ID
 
 #include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+
 #include <vlq/collector/CollectorServer.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceHost.h>
@@ -15,10 +20,6 @@
 #include <vlq/toolkit/RealTimeRunLoop.h>
 #include <vlq/ui/VLQRatingCell.h>
 #include <vlq/ui/VLQSurveyViewController.h>
-
-#include <cstdio>
-#include <filesystem>
-#include <functional>
 
 using namespace vlq;
 using namespace vlq::toolkit;

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 

@@ -1,9 +1,9 @@
-#include "host/Log.h"
-
 #include <cstdio>
 #include <mutex>
 #include <string>
 #include <utility>
+
+#include <vlq/host/Log.h>
 
 namespace vlq {
 

@@ -1,6 +1,6 @@
-#include "host/VLQContextEvaluator.h"
-
 #include <utility>
+
+#include <vlq/host/VLQContextEvaluator.h>
 
 #include "host/HostSingleton.h"
 

@@ -1,6 +1,6 @@
-#include "host/VLQController.h"
-
 #include <utility>
+
+#include <vlq/host/VLQController.h>
 
 #include "host/HostSingleton.h"
 

@@ -1,6 +1,6 @@
-#include "host/VLQUtilities.h"
-
 #include <utility>
+
+#include <vlq/host/VLQUtilities.h>
 
 #include "host/HostSingleton.h"
 

@@ -1,6 +1,6 @@
-#include "plugin/ReleaseSurveyPlugin.h"
+#include <vlq/plugin/ReleaseSurveyPlugin.h>
+#include <vlq/toolkit/UIViewController.h>
 
-#include "toolkit/UIViewController.h"
 #include "ui/VLQSurveyDialogView.h"
 #include "ui/VLQSurveyViewController.h"
 

@@ -1,21 +1,21 @@
-#include "plugin/VLQSurveyPlugin.h"
-
 #include <algorithm>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/Log.h"
-#include "host/VLQContextEvaluator.h"
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQContextEvaluator.h>
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+
 #include "model/SurveyEntry.h"
 #include "model/VLQQuestionsModel.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/NSLayoutConstraint.h"
 #include "ui/JsonText.h"
 #include "ui/VLQSurveyViewController.h"
 

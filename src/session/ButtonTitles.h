@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "toolkit/UIButton.h"
+#include <vlq/toolkit/UIButton.h>
 
 namespace vlq::session {
 

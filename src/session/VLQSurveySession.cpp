@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/KeyboardNotifications.h>
+#include <vlq/toolkit/RandomSource.h>
+
 #include "session/ButtonTitles.h"
 #include "session/ChoiceOrder.h"
-#include "toolkit/KeyboardNotifications.h"
-#include "toolkit/RandomSource.h"
 
 namespace vlq::session {
 

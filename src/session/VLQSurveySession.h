@@ -11,20 +11,21 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonValue.h"
-#include "host/SurveyProtocol.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/SurveyProtocol.h>
+#include <vlq/toolkit/NSIndexPath.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UIImage.h>
+#include <vlq/toolkit/UIProgressView.h>
+#include <vlq/toolkit/UITableView.h>
+#include <vlq/toolkit/UITableViewDataSource.h>
+#include <vlq/toolkit/UIViewController.h>
+
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionsModel.h"
 #include "model/VLQSurveyModel.h"
 #include "model/VLQSurveyResponseModel.h"
-#include "toolkit/NSIndexPath.h"
-#include "toolkit/NSNotificationCenter.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UIImage.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/UITableView.h"
-#include "toolkit/UITableViewDataSource.h"
-#include "toolkit/UIViewController.h"
 
 namespace vlq::session {
 

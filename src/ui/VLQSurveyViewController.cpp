@@ -2,12 +2,13 @@
 
 #include <any>
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/KeyboardNotifications.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIFont.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/KeyboardNotifications.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+
 #include "ui/SuccessCard.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"

@@ -4,9 +4,9 @@
 #include <thread>
 #include <vector>
 
-#include "host/VLQContextEvaluator.h"
-#include "host/VLQController.h"
-#include "host/VLQUtilities.h"
+#include <vlq/host/VLQContextEvaluator.h>
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQUtilities.h>
 
 namespace vlq {
 namespace {

@@ -5,7 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "host/Log.h"
+#include <vlq/host/Log.h>
+
 #include "support/LogCapture.h"
 
 namespace vlq {

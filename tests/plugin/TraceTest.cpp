@@ -2,7 +2,8 @@
 
 #include <stdexcept>
 
-#include "host/VLQDiagnosticsListener.h"
+#include <vlq/host/VLQDiagnosticsListener.h>
+
 #include "plugin/PluginTestSupport.h"
 
 namespace vlq::plugin::test {

@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/LayoutEngine.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIWindow.h>
+
+#include "toolkit/constraints/LayoutEngine.h"
 
 namespace vlq::toolkit {
 namespace {

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/Diagnostics.h"
-#include "toolkit/UIView.h"
-#include "toolkit/UIViewController.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/Diagnostics.h>
+#include <vlq/toolkit/UIView.h>
+#include <vlq/toolkit/UIViewController.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -1,4 +1,4 @@
-#include "host/reference/AnalyticsStore.h"
+#include <vlq/host/reference/AnalyticsStore.h>
 
 #include "host/JsonDocument.h"
 #include "host/reference/SqliteDatabase.h"

@@ -2,8 +2,9 @@
 
 #include <optional>
 
+#include <vlq/host/reference/HttpTransport.h>
+
 #include "host/reference/AtomicFile.h"
-#include "host/reference/HttpTransport.h"
 
 namespace vlq::reference {
 

@@ -1,4 +1,4 @@
-#include "host/reference/HostSettings.h"
+#include <vlq/host/reference/HostSettings.h>
 
 #include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"

@@ -1,10 +1,10 @@
-#include "host/reference/HttpTransport.h"
-
 #include <httplib.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <utility>
+
+#include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::reference {
 

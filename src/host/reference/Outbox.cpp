@@ -1,14 +1,14 @@
-#include "host/reference/Outbox.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
+#include <vlq/host/reference/Outbox.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/RandomSource.h>
+#include <vlq/toolkit/RunLoop.h>
+
 #include "host/reference/DeviceIdentity.h"
 #include "host/reference/RetryPolicy.h"
-#include "toolkit/Clock.h"
-#include "toolkit/RandomSource.h"
-#include "toolkit/RunLoop.h"
 
 namespace vlq::reference {
 

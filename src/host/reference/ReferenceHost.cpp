@@ -1,18 +1,18 @@
-#include "host/reference/ReferenceHost.h"
-
 #include <cstdio>
 #include <filesystem>
 #include <utility>
 
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/HttpTransport.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/RunLoop.h>
+
 #include "host/HostSingleton.h"
-#include "host/Log.h"
-#include "host/VLQSurveyConstants.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
-#include "host/reference/HttpTransport.h"
-#include "toolkit/Clock.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/RunLoop.h"
 
 namespace vlq::reference {
 

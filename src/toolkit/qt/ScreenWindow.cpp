@@ -1,5 +1,3 @@
-#include "toolkit/qt/ScreenWindow.h"
-
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
@@ -9,8 +7,9 @@
 #include <QWheelEvent>
 #include <cmath>
 
-#include "toolkit/qt/MainQueuePump.h"
-#include "toolkit/qt/QtPlatform.h"
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/ScreenWindow.h>
 
 namespace vlq::toolkit::qt {
 namespace {

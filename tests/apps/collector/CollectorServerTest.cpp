@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
 
 namespace vlq::collector {
 namespace {

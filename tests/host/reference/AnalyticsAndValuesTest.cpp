@@ -4,11 +4,12 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
 #include "host/reference/DeviceIdentity.h"
-#include "host/reference/ReferenceHost.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference {
 namespace {

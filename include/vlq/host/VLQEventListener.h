@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+
+#include <vlq/host/VLQEvent.h>
+
+namespace vlq {
+
+// Receives the host's events of the types it registered for, on the host's event thread (never the
+// main thread).
+class VLQEventListener {
+ public:
+  virtual ~VLQEventListener() = default;
+
+  virtual void onEvent(std::shared_ptr<const VLQEvent> event) = 0;
+};
+
+}  // namespace vlq

@@ -1,0 +1,43 @@
+#pragma once
+
+// The host's HTTP requests: fetching a document and posting a JSON body. Each call blocks the
+// calling thread until the answer arrives or a timeout ends it (by default 5 seconds to connect,
+// 15 seconds for each read or write).
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <vlq/host/HostValues.h>
+
+namespace vlq::reference {
+
+// What came back: the status and body of an answer, or why none arrived.
+struct HttpOutcome {
+  std::optional<std::int64_t> status;  // empty when no answer arrived
+  std::string body;
+  std::string retryAfter;      // the answer's Retry-After header; empty when it has none
+  std::int64_t errorCode = 0;  // when no answer arrived: the transport's error number
+  std::string errorMessage;    // when no answer arrived: what went wrong
+};
+
+// How long a request may wait: to connect, and for each read or write.
+struct HttpTimeouts {
+  double connectSeconds = 5;
+  double transferSeconds = 15;
+};
+
+// True for text that starts with "http://" or "https://".
+bool isHttpUrl(const std::string& text);
+
+// GETs `url` ("http://host:port/path?query").
+HttpOutcome httpGet(const std::string& url);
+
+// POSTs `body` to `path` (a path with its query) resolved against `serviceAddress`
+// ("http://host:port", optionally with a path prefix), with `headerFields` and a Content-Type of
+// application/json unless the fields name another.
+HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
+                     const std::string& body, const VLQHeaderFields& headerFields,
+                     const HttpTimeouts& timeouts = {});
+
+}  // namespace vlq::reference
