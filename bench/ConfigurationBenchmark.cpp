@@ -17,7 +17,6 @@
 #include <vlq/host/VLQEvent.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
-#include <vlq/plugin/VLQSurveyPlugin.h>
 #include <vlq/toolkit/DispatchQueue.h>
 #include <vlq/toolkit/NSFileManager.h>
 #include <vlq/toolkit/UIWindow.h>
@@ -25,6 +24,7 @@
 
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 
 namespace vlq::bench {
 namespace {
@@ -135,7 +135,7 @@ void BM_ReadAndLookUp(benchmark::State& state) {
   for (auto _ : state) {
     auto host = std::make_shared<CountingHost>();
     VLQController::installSharedController(host);
-    auto plugin = plugin::VLQSurveyPlugin::create();
+    auto plugin = plugin::VLQSurveyPluginImpl::create();
     plugin->initialize({});
     host->syncCompletion();
     // On the main thread the main queue's synchronous step runs at once.

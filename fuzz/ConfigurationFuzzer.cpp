@@ -16,7 +16,6 @@
 #include <vlq/host/Log.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
-#include <vlq/plugin/VLQSurveyPlugin.h>
 #include <vlq/toolkit/DispatchQueue.h>
 #include <vlq/toolkit/NSFileManager.h>
 #include <vlq/toolkit/UIWindow.h>
@@ -26,6 +25,7 @@
 #include "host/JsonDocument.h"
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "support/RecordingHost.h"
 
 namespace {
@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // A host of its own for each input, which lets go of the plug-in with it.
   const auto host = test::RecordingHost::install();
-  auto plugin = plugin::VLQSurveyPlugin::create();
+  auto plugin = plugin::VLQSurveyPluginImpl::create();
   plugin->initialize({});
   host->takeSyncCompletion()();
   // The document is what the JSON library reads, or nothing when it reads nothing or nests too

@@ -23,7 +23,6 @@
 #include <vlq/host/VLQUtilities.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
 #include <vlq/plugin/ReleaseSurveyPlugin.h>
-#include <vlq/plugin/VLQSurveyPlugin.h>
 #include <vlq/toolkit/DispatchQueue.h>
 #include <vlq/toolkit/NSBundle.h>
 #include <vlq/toolkit/NSFileManager.h>
@@ -31,6 +30,7 @@
 #include <vlq/toolkit/UIWindow.h>
 #include <vlq/toolkit/VirtualRunLoop.h>
 
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "support/RecordingHost.h"
 
 namespace vlq::plugin::test {
@@ -174,7 +174,7 @@ class PluginTest : public ::testing::Test {
   std::shared_ptr<toolkit::UIViewController> application =
       std::make_shared<toolkit::UIViewController>();
   std::shared_ptr<toolkit::UIWindow> window;
-  std::shared_ptr<VLQSurveyPlugin> plugin = VLQSurveyPlugin::create();
+  std::shared_ptr<VLQSurveyPluginImpl> plugin = VLQSurveyPluginImpl::create();
 };
 
 // A survey entry with one rating question, so that the survey page has something to show.

@@ -59,7 +59,7 @@ TEST_F(PluginTest, TheTraceNamesAnIgnoredEventAMissingDocumentAndAMissingWindow)
   EXPECT_EQ(listener->take(),
             parsed({R"({"step": "no-match", "ids": []})", R"({"step": "ignored", "type": 14})"}));
 
-  plugin = VLQSurveyPlugin::create();
+  plugin = VLQSurveyPluginImpl::create();
   plugin->setDiagnosticsListener(listener);
   initializeWith(kDocument);
   std::make_shared<UIWindow>()->makeKeyAndVisible();  // and gone at once: no window is key

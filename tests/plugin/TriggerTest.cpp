@@ -76,7 +76,7 @@ TEST_F(PluginTest, AnUnmatchedTriggerLeavesThePluginRefusingTriggersForGood) {
   for (const Json& info : {Json{{"id", "7"}}, Json{{"id", 7}}, Json{{"name", "s1"}}, Json("s1"),
                            Json{{"id", "bad-ui"}}, Json{{"id", "no-ui"}}, Json{{"id", "S1"}}}) {
     SCOPED_TRACE(info.dump());
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     initializeWith(document);
     trigger(kSurveyTriggerEventType, info);
     EXPECT_TRUE(plugin->isSurveyInAction());
@@ -92,13 +92,13 @@ TEST_F(PluginTest, DocumentsOfTheWrongShapeMatchNothingAndThrowNothing) {
   for (const Json& document : {Json::array({kRoundEntry}), Json{{"configs", kRoundEntry}},
                                Json{{"configs", "s1"}}, Json(42)}) {
     SCOPED_TRACE(document.dump());
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     initializeWith(document);
     trigger("s1");
     EXPECT_TRUE(host->takeDelayed().empty());
   }
   // A file that is not JSON at all.
-  plugin = VLQSurveyPlugin::create();
+  plugin = VLQSurveyPluginImpl::create();
   std::ofstream(library / std::string(kSurveyConfigLocation)) << "{\"configs\": [";
   plugin->initialize({});
   host->takeSyncCompletion()();
@@ -114,7 +114,7 @@ TEST_F(PluginTest, DocumentsNestedTooDeepReadAsUnreadableWhereverTheDepthIs) {
   const std::string deepInUi = entry.substr(0, entry.size() - 2) + ", \"deep\": " + deep + "}}";
   for (const std::string& text : {"{\"configs\": [" + deepInUi + "]}",
                                   "{\"deep\": " + deep + ", \"configs\": [" + entry + "]}"}) {
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     std::ofstream(library / std::string(kSurveyConfigLocation)) << text;
     plugin->initialize({});
     const auto completion = host->takeSyncCompletion();
@@ -192,7 +192,7 @@ TEST_F(PluginTest, ReleasedThePluginIsFreedEvenWhenItKeepsASurveyPageToGiveBack)
   ASSERT_EQ(plugin->currentViewCntrl(), secondPage);
 
   // Let go of as a host that unloads it would: no more events, nothing more to run.
-  const std::weak_ptr<VLQSurveyPlugin> released = plugin;
+  const std::weak_ptr<VLQSurveyPluginImpl> released = plugin;
   host->takeListeners();
   delayed.clear();
   releaseSurveyPlugin(*plugin, *window);
