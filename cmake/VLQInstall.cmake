@@ -1,9 +1,11 @@
-# Installing the SDK: each library with the headers of its folder under include/vlq/, the tools,
-# the two resource bundles, the CMake package (namespace VLQ::) and the pkg-config files.
+# Installing the SDK: each library with its public headers, the tools, the two resource bundles,
+# the CMake package (namespace VLQ::) and the pkg-config files.
 #
-# A layer's CMakeLists.txt installs its library with one line, vlq_install_library(TARGET NAME),
-# and a program with vlq_install_program(TARGET). Headers are collected by pattern, so a new
-# header in an installed folder is installed without further changes.
+# The public headers are the files in include/, and only they are installed, as they are: a
+# library lists its own with vlq_public_headers(TARGET vlq/... ...), and the configuration fails
+# when a file in include/ is on no list. Everything in src/ and apps/ is private. A layer's
+# CMakeLists.txt installs its library with one line, vlq_install_library(TARGET NAME), and a
+# program with vlq_install_program(TARGET).
 #
 # Components: "runtime" (tools, bundles, shared libraries) and "development" (headers, static
 # libraries, the CMake package, pkg-config files).
@@ -26,13 +28,19 @@ if(BUILD_SHARED_LIBS)
   set(CMAKE_INSTALL_RPATH "$ORIGIN/${libdir_from_bindir}")
 endif()
 
-# vlq_install_library(TARGET EXPORT_NAME): installs TARGET, exported as VLQ::EXPORT_NAME, with
-# every header of the calling folder in include/vlq/<the folder below src/, or its name>.
+# vlq_public_headers(TARGET HEADER...): TARGET's public headers, each named by its path below
+# include/ (vlq/toolkit/UIView.h), as an integrator includes it. Users of TARGET find them there,
+# in the tree and in an installed prefix alike.
+function(vlq_public_headers target)
+  list(TRANSFORM ARGN PREPEND ${PROJECT_SOURCE_DIR}/include/ OUTPUT_VARIABLE files)
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/include
+                 FILES ${files})
+  set_property(GLOBAL APPEND PROPERTY VLQ_PUBLIC_HEADERS ${ARGN})
+endfunction()
+
+# vlq_install_library(TARGET EXPORT_NAME): installs TARGET, exported as VLQ::EXPORT_NAME, with its
+# public headers.
 function(vlq_install_library target export_name)
-  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
-  if(folder MATCHES "^\\.\\.")
-    get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
-  endif()
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${export_name}
     VERSION ${PROJECT_VERSION}
@@ -41,10 +49,8 @@ function(vlq_install_library target export_name)
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
             NAMELINK_COMPONENT development
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
-  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlq/${folder}
-          COMPONENT development)
 endfunction()
 
 # vlq_install_program(TARGET): installs an executable as a tool of the runtime package.
@@ -90,14 +96,23 @@ function(vlq_install_package)
                 ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}ConfigVersion.cmake
           DESTINATION ${VLQ_CMAKE_INSTALL_DIR} COMPONENT development)
 
-  # In the source tree headers include each other as "layer/Name.h" from src/; installed, they
-  # include <vlq/layer/Name.h>. toolkit/InstalledBundles.h learns where the bundles went.
+  # Every file in include/ is on some library's list of public headers.
+  get_property(listed GLOBAL PROPERTY VLQ_PUBLIC_HEADERS)
+  file(GLOB_RECURSE present RELATIVE ${PROJECT_SOURCE_DIR}/include CONFIGURE_DEPENDS
+       ${PROJECT_SOURCE_DIR}/include/*)
+  list(REMOVE_ITEM present ${listed})
+  if(present)
+    message(FATAL_ERROR "include/ holds headers that no library lists as public: ${present}")
+  endif()
+
+  # The one generated header: vlq/toolkit/InstalledBundles.h, which in the tree declares nothing,
+  # is written at install time with the bundles directory of this installation, so that a
+  # program built against the package finds the images in the prefix it was installed to.
   install(CODE "
-    set(VLQ_INSTALLED_HEADERS \"${CMAKE_INSTALL_INCLUDEDIR}/vlq\")
-    set(VLQ_INSTALLED_BUNDLES \"${VLQ_BUNDLES_INSTALL_DIR}\")
-    set(VLQ_INSTALLED_BUNDLES_TEMPLATE \"${PROJECT_SOURCE_DIR}/cmake/InstalledBundles.h.in\")"
-    COMPONENT development)
-  install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/InstalledHeaders.cmake COMPONENT development)
+    set(VLQ_INSTALLED_BUNDLES_DIR \"\${CMAKE_INSTALL_PREFIX}/${VLQ_BUNDLES_INSTALL_DIR}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/cmake/InstalledBundles.h.in\"
+      \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/vlq/toolkit/InstalledBundles.h\"
+      @ONLY)" COMPONENT development)
 
   set(threads "")
   if(CMAKE_THREAD_LIBS_INIT)

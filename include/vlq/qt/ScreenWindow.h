@@ -9,21 +9,24 @@
 #include <QRasterWindow>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/qt/WindowRenderer.h>
 #include <vlq/toolkit/UIWindow.h>
 
-#include "toolkit/qt/ScreenAccessibility.h"
-#include "toolkit/qt/ScreenInput.h"
-
 namespace vlq::toolkit::qt {
 
-class ScreenWindow : public QRasterWindow {
+class ScreenAccessibility;
+class ScreenInput;
+
+class VLQ_API ScreenWindow : public QRasterWindow {
  public:
   explicit ScreenWindow(std::shared_ptr<UIWindow> window, double scale = 1);
+  ~ScreenWindow() override;
 
   UIWindow& uiWindow() { return *window_; }
-  ScreenInput& input() { return input_; }
-  ScreenAccessibility& accessibility() { return accessibility_; }
+  // How input reaches the toolkit window, and what screen readers see of it.
+  ScreenInput& input() { return *input_; }
+  ScreenAccessibility& accessibility() { return *accessibility_; }
   double scale() const { return scale_; }
 
   // What the window shows now, at its device pixel ratio.
@@ -52,8 +55,8 @@ class ScreenWindow : public QRasterWindow {
   std::shared_ptr<UIWindow> window_;
   double scale_;
   WindowRenderer renderer_;
-  ScreenInput input_;
-  ScreenAccessibility accessibility_;
+  std::unique_ptr<ScreenInput> input_;
+  std::unique_ptr<ScreenAccessibility> accessibility_;
 };
 
 // Shows `window` (made key and visible) in a ScreenWindow, pumps the main queue on a real-time

@@ -19,6 +19,7 @@
 #include <vlq/toolkit/UIWindow.h>
 
 #include "QtTestSupport.h"
+#include "toolkit/qt/ScreenInput.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

@@ -15,6 +15,7 @@
 #include <vlq/toolkit/UIWindow.h>
 
 #include "QtTestSupport.h"
+#include "toolkit/qt/ScreenAccessibility.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

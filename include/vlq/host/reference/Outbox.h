@@ -113,7 +113,7 @@ class Outbox {
   void attempt(const OutboxEntry& entry);
   void scheduleNextPass();
   bool retriesAllowed(double now) const;
-  void emit(DeliveryEvent event);
+  void report(DeliveryEvent event);
   void complete(const std::string& key, const HttpOutcome& outcome);
 
   const OutboxSettings settings_;
