@@ -18,10 +18,10 @@
 #include <vector>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
 
 #include "FuzzChecks.h"
 #include "FuzzInput.h"
-#include "host/JsonDocument.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/Log.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
@@ -22,7 +23,6 @@
 #include <vlq/toolkit/VirtualRunLoop.h>
 
 #include "FuzzChecks.h"
-#include "host/JsonDocument.h"
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
 #include "plugin/VLQSurveyPluginImpl.h"

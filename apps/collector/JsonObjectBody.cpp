@@ -1,6 +1,6 @@
 #include "collector/JsonObjectBody.h"
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 namespace {

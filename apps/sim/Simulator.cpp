@@ -7,6 +7,7 @@
 #include <random>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/Log.h>
 #include <vlq/host/VLQDiagnosticsListener.h>
 #include <vlq/host/VLQEvent.h>
@@ -24,7 +25,6 @@
 #include <vlq/toolkit/UIWindow.h>
 #include <vlq/toolkit/VirtualRunLoop.h>
 
-#include "host/JsonDocument.h"
 #include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
 #include "ui/JsonText.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq {
 namespace {

@@ -31,6 +31,7 @@
 #include <utility>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/collector/StoredResponse.h>
 
 namespace vlq::collector {
@@ -60,7 +61,7 @@ struct CollectorAnswer {
   std::string body;
 };
 
-class CollectorServer {
+class VLQ_API CollectorServer {
  public:
   // Opens the database, binds and starts serving. Returns null and fills `error` (when given)
   // with the reason when the options are invalid, the database cannot be opened or the address

@@ -5,11 +5,12 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
 
-class VLQContextEvaluator {
+class VLQ_API VLQContextEvaluator {
  public:
   virtual ~VLQContextEvaluator() = default;
 

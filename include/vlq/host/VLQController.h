@@ -11,13 +11,14 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/HostValues.h>
 #include <vlq/host/JsonValue.h>
 #include <vlq/host/VLQEventListener.h>
 
 namespace vlq {
 
-class VLQController {
+class VLQ_API VLQController {
  public:
   virtual ~VLQController() = default;
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq::toolkit {
@@ -16,7 +17,7 @@ class UIWindow;
 
 namespace vlq {
 
-class VLQUtilities {
+class VLQ_API VLQUtilities {
  public:
   virtual ~VLQUtilities() = default;
 

@@ -9,9 +9,11 @@
 #include <functional>
 #include <string>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class NSIndexPath {
+class VLQ_API NSIndexPath {
  public:
   constexpr NSIndexPath() = default;
   constexpr NSIndexPath(std::int64_t section, std::int64_t row) : section_(section), row_(row) {}

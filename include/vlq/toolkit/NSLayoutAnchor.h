@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSLayoutConstraint.h>
 
 namespace vlq::toolkit {
@@ -16,7 +17,7 @@ struct Multiplier {
   double value = 1.0;
 };
 
-class NSLayoutAnchorBase {
+class VLQ_API NSLayoutAnchorBase {
  public:
   NSLayoutAnchorBase(NSObject* item, NSLayoutAttribute attribute)
       : item_(item), attribute_(attribute) {}
@@ -54,17 +55,17 @@ class NSLayoutAnchor : public NSLayoutAnchorBase {
   }
 };
 
-class NSLayoutXAxisAnchor : public NSLayoutAnchor<NSLayoutXAxisAnchor> {
+class VLQ_API NSLayoutXAxisAnchor : public NSLayoutAnchor<NSLayoutXAxisAnchor> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
 };
 
-class NSLayoutYAxisAnchor : public NSLayoutAnchor<NSLayoutYAxisAnchor> {
+class VLQ_API NSLayoutYAxisAnchor : public NSLayoutAnchor<NSLayoutYAxisAnchor> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
 };
 
-class NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
+class VLQ_API NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
   using NSLayoutAnchor::constraintEqualToAnchor;

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 struct NSRange {
@@ -26,22 +28,22 @@ inline constexpr std::size_t NSMaxRange(NSRange range) {
 }
 
 // The length of `text` in UTF-16 code units; an empty text has length 0.
-std::size_t utf16Length(std::string_view text);
+VLQ_API std::size_t utf16Length(std::string_view text);
 
 // The byte offset in `text` of the UTF-16 offset `offset`. An offset past the end gives the end;
 // one that falls inside a character (between the two units of a surrogate pair) gives that
 // character's first byte, so the result always lies on a character boundary.
-std::size_t byteOffsetOfUtf16Offset(std::string_view text, std::size_t offset);
+VLQ_API std::size_t byteOffsetOfUtf16Offset(std::string_view text, std::size_t offset);
 
 // The UTF-16 offset of the byte offset `byteOffset`, rounded down to the character it lies in.
-std::size_t utf16OffsetOfByteOffset(std::string_view text, std::size_t byteOffset);
+VLQ_API std::size_t utf16OffsetOfByteOffset(std::string_view text, std::size_t byteOffset);
 
 // The byte offset where the character that ends at or contains `byteOffset` begins; 0 when
 // `byteOffset` is 0.
-std::size_t previousCharacterBoundary(std::string_view text, std::size_t byteOffset);
+VLQ_API std::size_t previousCharacterBoundary(std::string_view text, std::size_t byteOffset);
 
 // The byte offset where the character after the one at `byteOffset` begins; the end of `text`
 // when `byteOffset` is in its last character or past it.
-std::size_t nextCharacterBoundary(std::string_view text, std::size_t byteOffset);
+VLQ_API std::size_t nextCharacterBoundary(std::string_view text, std::size_t byteOffset);
 
 }  // namespace vlq::toolkit

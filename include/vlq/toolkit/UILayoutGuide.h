@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSLayoutAnchor.h>
 #include <vlq/toolkit/NSObject.h>
 
@@ -12,7 +13,7 @@ class UIView;
 // A rectangle that takes part in layout without being a view; its frame follows its owning view.
 // The only kind the toolkit makes is a view's safe-area guide: the view's bounds less the part of
 // them that lies outside its window's safe area.
-class UILayoutGuide : public NSObject {
+class VLQ_API UILayoutGuide : public NSObject {
  public:
   explicit UILayoutGuide(UIView* owningView);
 

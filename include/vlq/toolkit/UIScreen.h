@@ -4,11 +4,12 @@
 // top 47 points (the sensor housing) and bottom 34 points (the home indicator) lie outside the
 // safe area. A program may describe another device before it creates its windows.
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 
 namespace vlq::toolkit {
 
-class UIScreen {
+class VLQ_API UIScreen {
  public:
   static UIScreen& mainScreen();
 

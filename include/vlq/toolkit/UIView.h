@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/CALayer.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/NSLayoutAnchor.h>
@@ -46,7 +47,7 @@ enum class UIViewContentMode {
 // An intrinsic size component that a view does not have.
 inline constexpr double UIViewNoIntrinsicMetric = -1;
 
-class UIView : public UIResponder {
+class VLQ_API UIView : public UIResponder {
  public:
   UIView() : UIView(CGRectZero) {}
   explicit UIView(CGRect frame);

@@ -6,12 +6,13 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 #include <vlq/toolkit/UIViewController.h>
 
 namespace vlq::toolkit {
 
-class UIWindow : public UIView {
+class VLQ_API UIWindow : public UIView {
  public:
   // A window covering the main screen, with the screen's safe area.
   UIWindow();

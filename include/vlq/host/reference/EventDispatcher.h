@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQEvent.h>
 #include <vlq/host/VLQEventListener.h>
 #include <vlq/host/reference/HostWork.h>
@@ -15,7 +16,7 @@
 
 namespace vlq::reference {
 
-class EventDispatcher {
+class VLQ_API EventDispatcher {
  public:
   explicit EventDispatcher(HostWorkCounter& work);
   ~EventDispatcher();

@@ -23,11 +23,12 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq::reference {
 
-struct HostSettings {
+struct VLQ_API HostSettings {
   static constexpr const char* kDefaultAppVersion = "1.0";
   static constexpr const char* kDefaultAppId = "reference-app";
 

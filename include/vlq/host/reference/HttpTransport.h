@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/HostValues.h>
 
 namespace vlq::reference {
@@ -28,16 +29,16 @@ struct HttpTimeouts {
 };
 
 // True for text that starts with "http://" or "https://".
-bool isHttpUrl(const std::string& text);
+VLQ_API bool isHttpUrl(const std::string& text);
 
 // GETs `url` ("http://host:port/path?query").
-HttpOutcome httpGet(const std::string& url);
+VLQ_API HttpOutcome httpGet(const std::string& url);
 
 // POSTs `body` to `path` (a path with its query) resolved against `serviceAddress`
 // ("http://host:port", optionally with a path prefix), with `headerFields` and a Content-Type of
 // application/json unless the fields name another.
-HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
-                     const std::string& body, const VLQHeaderFields& headerFields,
-                     const HttpTimeouts& timeouts = {});
+VLQ_API HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
+                             const std::string& body, const VLQHeaderFields& headerFields,
+                             const HttpTimeouts& timeouts = {});
 
 }  // namespace vlq::reference

@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQController.h>
 #include <vlq/host/VLQDiagnosticsListener.h>
 #include <vlq/host/reference/AnalyticsStore.h>
@@ -46,9 +47,9 @@
 
 namespace vlq::reference {
 
-class ReferenceHost : public VLQController,
-                      public VLQDiagnosticsListener,
-                      public std::enable_shared_from_this<ReferenceHost> {
+class VLQ_API ReferenceHost : public VLQController,
+                              public VLQDiagnosticsListener,
+                              public std::enable_shared_from_this<ReferenceHost> {
  public:
   // Called with each analytics event as it is logged, on the logging thread.
   using EventObserver = std::function<void(const std::string& name, const Json& info)>;

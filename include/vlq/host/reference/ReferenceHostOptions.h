@@ -5,12 +5,13 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::reference {
 
 // Where the reference host keeps its files and where it finds its services.
-struct ReferenceHostOptions {
+struct VLQ_API ReferenceHostOptions {
   // The application's Library directory: the configuration file, the device id and (by default)
   // the analytics database and the outbox live here. Created when missing.
   std::string libraryDirectory;

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
@@ -26,6 +27,7 @@ struct JsonParseError {
 
 // The document in `text`, or none when it is not one JSON value or nests deeper than
 // kMaxJsonDepth; `error`, when given, then says why and where. Never throws.
-std::optional<Json> parseJsonDocument(std::string_view text, JsonParseError* error = nullptr);
+VLQ_API std::optional<Json> parseJsonDocument(std::string_view text,
+                                              JsonParseError* error = nullptr);
 
 }  // namespace vlq
