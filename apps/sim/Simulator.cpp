@@ -27,6 +27,7 @@
 
 #include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
+#include "toolkit/text/Utf8.h"
 #include "ui/JsonText.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -59,19 +60,6 @@ std::filesystem::path makeWorkDirectory() {
     if (std::filesystem::create_directory(path, error)) return path;
   }
   return {};
-}
-
-// UTF-8 text split into characters, so that "keys" types one character per key press.
-std::vector<std::string> characters(const std::string& text) {
-  std::vector<std::string> result;
-  for (std::size_t at = 0; at < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    length = std::min(length, text.size() - at);
-    result.push_back(text.substr(at, length));
-    at += length;
-  }
-  return result;
 }
 
 // Prints each decision of the plug-in's trigger trace as {"kind": "trace", "step": ..., ...}.
@@ -369,7 +357,7 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
   auto* field = dynamic_cast<UIKeyInput*>(window_->firstResponder().get());
   if (!field) return output_.note(action + ": no field is being edited");
   if (action == "type" || action == "keys") {
-    for (const auto& character : characters(words[1]))
+    for (const auto character : toolkit::utf8::characters(words[1]))
       field->insertText(character);
     if (action == "type") field->insertText("\n");
   } else if (action == "paste") {

@@ -28,6 +28,9 @@ class VLQ_API VLQUtilities {
 
   // Installs `utilities` (null uninstalls); returns the one it replaces.
   static std::shared_ptr<VLQUtilities> installShared(std::shared_ptr<VLQUtilities> utilities);
+  // Uninstalls `utilities` when they are the ones installed, and returns them; otherwise changes
+  // nothing and returns null.
+  static std::shared_ptr<VLQUtilities> uninstallShared(const VLQUtilities* utilities);
 
  protected:
   virtual Json readConfigAtPath(const std::string& path);

@@ -31,14 +31,12 @@ class VLQ_API TextMeasurer {
   static void install(std::shared_ptr<const TextMeasurer> measurer);
 };
 
-// Every character is 0.55 of the point size wide; a line is 1.2 times the point size tall.
+// Every character (code point) is 0.55 of the point size wide; a line is 1.2 times the point size
+// tall.
 class VLQ_API FixedAdvanceTextMeasurer : public TextMeasurer {
  public:
   CGSize sizeOfLine(std::string_view text, const UIFont& font) const override;
   double lineHeight(const UIFont& font) const override;
 };
-
-// The number of characters (UTF-8 code points) in `text`.
-VLQ_API std::size_t characterCount(std::string_view text);
 
 }  // namespace vlq::toolkit

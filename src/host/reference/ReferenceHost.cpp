@@ -10,7 +10,6 @@
 #include <vlq/toolkit/NSFileManager.h>
 #include <vlq/toolkit/RunLoop.h>
 
-#include "host/HostSingleton.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
 
@@ -117,10 +116,8 @@ void ReferenceHost::shutdown() {
     // The replaced pointers are released last: one of them may be the last owner of this host.
     std::shared_ptr<VLQController> replacedController;
     std::shared_ptr<VLQUtilities> replacedUtilities;
-    auto& utilitiesSlot = HostSingleton<VLQUtilities>::slot();
-    if (utilitiesSlot.get() == utilities_) replacedUtilities = utilitiesSlot.install(nullptr);
-    auto& controllerSlot = HostSingleton<VLQController>::slot();
-    if (controllerSlot.get().get() == this) replacedController = controllerSlot.install(nullptr);
+    replacedUtilities = VLQUtilities::uninstallShared(utilities_.get());
+    replacedController = VLQController::uninstallSharedController(this);
   } catch (...) {
     // A failed lock leaves the host installed; it no longer does anything.
   }
