@@ -179,6 +179,7 @@ TEST(LayoutTest, ConflictingRequiredConstraintIsReportedAndTheRestIsLaidOut) {
   ASSERT_EQ(reports.size(), 1u);
   EXPECT_NE(reports[0].find("breaking UIView("), std::string::npos) << reports[0];
   EXPECT_NE(reports[0].find(".width == 60"), std::string::npos) << reports[0];
+  EXPECT_TRUE(reports[0].ends_with("(the required constraint cannot be satisfied)")) << reports[0];
   setDiagnosticSink(previous);
 }
 
