@@ -8,18 +8,12 @@
 #include <vlq/toolkit/UIStackView.h>
 #include <vlq/toolkit/UIWindow.h>
 
+#include "toolkit/SizedView.h"
+
 namespace vlq::toolkit {
 namespace {
 
-// A view of a fixed natural size.
-class SizedView : public UIView {
- public:
-  explicit SizedView(CGSize size) : size_(size) {}
-  CGSize intrinsicContentSize() const override { return size_; }
-
- private:
-  CGSize size_;
-};
+using test::SizedView;
 
 struct StackScreen {
   std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(CGRectMake(0, 0, 300, 400));

@@ -97,4 +97,23 @@ class VLQ_API NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
   }
 };
 
+// The anchors of something that takes part in layout (`Item`: a view or a layout guide).
+template <class Item>
+class LayoutAnchors {
+ public:
+  NSLayoutXAxisAnchor leadingAnchor() { return {item(), NSLayoutAttribute::Leading}; }
+  NSLayoutXAxisAnchor trailingAnchor() { return {item(), NSLayoutAttribute::Trailing}; }
+  NSLayoutXAxisAnchor leftAnchor() { return {item(), NSLayoutAttribute::Left}; }
+  NSLayoutXAxisAnchor rightAnchor() { return {item(), NSLayoutAttribute::Right}; }
+  NSLayoutXAxisAnchor centerXAnchor() { return {item(), NSLayoutAttribute::CenterX}; }
+  NSLayoutYAxisAnchor topAnchor() { return {item(), NSLayoutAttribute::Top}; }
+  NSLayoutYAxisAnchor bottomAnchor() { return {item(), NSLayoutAttribute::Bottom}; }
+  NSLayoutYAxisAnchor centerYAnchor() { return {item(), NSLayoutAttribute::CenterY}; }
+  NSLayoutDimension widthAnchor() { return {item(), NSLayoutAttribute::Width}; }
+  NSLayoutDimension heightAnchor() { return {item(), NSLayoutAttribute::Height}; }
+
+ private:
+  NSObject* item() { return static_cast<Item*>(this); }
+};
+
 }  // namespace vlq::toolkit

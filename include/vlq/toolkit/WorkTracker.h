@@ -75,8 +75,6 @@ class VLQ_API WorkTracker : public std::enable_shared_from_this<WorkTracker> {
 
   // Starts one unit of work; it counts until the token is released.
   WorkToken begin();
-  // trackedWork(begin(), work).
-  std::function<void()> track(std::function<void()> work);
 
   // The number of busy units now.
   std::size_t busyCount() const;

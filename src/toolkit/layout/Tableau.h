@@ -80,7 +80,6 @@ class Tableau {
   std::size_t rowCount() const { return rows_.size() - freeSlots_.size(); }
   std::size_t symbolCount() const { return basicSlot_.size() - freeIds_.size(); }
   std::size_t cellCount() const;
-  std::size_t objectiveCellCount() const { return objective_.cells().size(); }
 
  private:
   static constexpr std::uint32_t kNoSlot = 0xffffffffu;
