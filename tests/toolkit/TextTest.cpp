@@ -7,7 +7,6 @@
 
 #include <vlq/toolkit/TextMeasurer.h>
 #include <vlq/toolkit/UIFont.h>
-#include <vlq/toolkit/UILabel.h>
 #include <vlq/toolkit/UITextView.h>
 #include <vlq/toolkit/UIWindow.h>
 
@@ -122,16 +121,6 @@ TEST(TextWrappingTest, LinesBreakAtTheLastSpaceThatFitsAndLongWordsBetweenCharac
   // Each newline ends a line; an empty text and a final newline leave an empty line.
   EXPECT_EQ(wrapped("one\n\ntwo\n", 20), (Lines{"one", "", "two", ""}));
   EXPECT_EQ(wrapped("", 20), (Lines{""}));
-
-  // A label wraps as a text view does, then keeps as many lines as it may show.
-  UILabel label;
-  label.setFont(UIFont::systemFontOfSize(10));
-  label.setNumberOfLines(0);
-  label.setText("Tell us a little more\nplease");
-  const double eight = 8 * FixedAdvanceTextMeasurer().sizeOfLine("x", *label.font()).width;
-  EXPECT_EQ(label.linesForWidth(eight), (Lines{"Tell us", "a little", "more", "please"}));
-  label.setNumberOfLines(2);
-  EXPECT_EQ(label.linesForWidth(eight), (Lines{"Tell us", "a little"}));
 }
 
 }  // namespace
