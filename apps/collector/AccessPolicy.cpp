@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
 
 namespace vlq::collector {
 

@@ -15,8 +15,9 @@
 #include <string>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/AccessPolicy.h"
-#include "collector/CollectorServer.h"
 #include "collector/RequestTarget.h"
 
 namespace vlq::collector {

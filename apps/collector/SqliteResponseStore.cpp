@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 namespace {

@@ -7,8 +7,9 @@
 #include <filesystem>
 #include <string>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "RawHttp.h"
-#include "collector/CollectorServer.h"
 #include "support/TestCertificates.h"
 
 namespace vlq::collector {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
 
 namespace vlq::collector {
 namespace {
