@@ -12,18 +12,19 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "host/Log.h"
-#include "host/VLQController.h"
-#include "host/VLQEvent.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/reference/ReferenceUtilities.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQEvent.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/ReferenceUtilities.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
-#include "plugin/VLQSurveyPlugin.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 
 namespace vlq::bench {
 namespace {
@@ -134,7 +135,7 @@ void BM_ReadAndLookUp(benchmark::State& state) {
   for (auto _ : state) {
     auto host = std::make_shared<CountingHost>();
     VLQController::installSharedController(host);
-    auto plugin = plugin::VLQSurveyPlugin::create();
+    auto plugin = plugin::VLQSurveyPluginImpl::create();
     plugin->initialize({});
     host->syncCompletion();
     // On the main thread the main queue's synchronous step runs at once.

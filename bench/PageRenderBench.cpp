@@ -27,10 +27,11 @@
 #include <string>
 #include <vector>
 
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/WindowRenderer.h>
+
 #include "PluginSurveyPage.h"
 #include "SyntheticPage.h"
-#include "toolkit/qt/QtPlatform.h"
-#include "toolkit/qt/WindowRenderer.h"
 
 namespace {
 

@@ -1,11 +1,12 @@
 #include "PluginSurveyPage.h"
 
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "SurveyQuestions.h"
-#include "host/VLQSurveyConstants.h"
 #include "model/VLQQuestionsModel.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/VirtualRunLoop.h"
 #include "ui/VLQSurveyHeaderView.h"
 
 namespace vlq::bench {

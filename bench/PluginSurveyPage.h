@@ -3,8 +3,9 @@
 #include <memory>
 #include <string>
 
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "ui/VLQSurveyViewController.h"
 
 namespace vlq::bench {

@@ -31,11 +31,12 @@
 #include <string>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
+
 #include "collector/CalendarDay.h"
-#include "collector/CollectorServer.h"
 #include "collector/ResultsService.h"
 #include "collector/SqliteResultsStore.h"
-#include "host/JsonDocument.h"
 
 namespace {
 

@@ -5,14 +5,15 @@
 // multiples of it.
 #include <benchmark/benchmark.h>
 
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "SurveyQuestions.h"
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
 #include "model/VLQQuestionsModel.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
 #include "ui/VLQSurveyViewController.h"
 
 namespace vlq::bench {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::bench {
 

@@ -12,11 +12,11 @@
 #include <functional>
 #include <string>
 
-#include "toolkit/UIButton.h"
-#include "toolkit/UIImageView.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/UIStackView.h"
-#include "toolkit/UITextView.h"
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UIImageView.h>
+#include <vlq/toolkit/UIProgressView.h>
+#include <vlq/toolkit/UIStackView.h>
+#include <vlq/toolkit/UITextView.h>
 
 namespace vlq::bench {
 

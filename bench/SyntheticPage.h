@@ -4,9 +4,9 @@
 #include <memory>
 #include <optional>
 
-#include "toolkit/UIImage.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIImage.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::bench {
 

@@ -10,7 +10,8 @@
 #include <filesystem>
 #include <string>
 
-#include "host/reference/AnalyticsStore.h"
+#include <vlq/host/reference/AnalyticsStore.h>
+
 #include "host/reference/TargetingEvaluator.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::bench {
 namespace {

@@ -27,11 +27,12 @@
 #include <utility>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
+
 #include "FuzzChecks.h"
 #include "FuzzInput.h"
-#include "collector/CollectorServer.h"
 #include "collector/RequestTarget.h"
-#include "host/JsonDocument.h"
 
 namespace {
 

@@ -14,20 +14,21 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/ReferenceUtilities.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "FuzzChecks.h"
-#include "host/JsonDocument.h"
-#include "host/Log.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/reference/ReferenceUtilities.h"
 #include "host/reference/TargetingRules.h"
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
-#include "plugin/VLQSurveyPlugin.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "support/RecordingHost.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace {
 
@@ -114,7 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // A host of its own for each input, which lets go of the plug-in with it.
   const auto host = test::RecordingHost::install();
-  auto plugin = plugin::VLQSurveyPlugin::create();
+  auto plugin = plugin::VLQSurveyPluginImpl::create();
   plugin->initialize({});
   host->takeSyncCompletion()();
   // The document is what the JSON library reads, or nothing when it reads nothing or nests too

@@ -25,8 +25,9 @@
 #include <cstdint>
 #include <memory>
 
+#include <vlq/host/JsonValue.h>
+
 #include "FuzzInput.h"
-#include "host/JsonValue.h"
 
 namespace vlq::toolkit {
 class UIWindow;

@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/WholeNumber.h"
 
 namespace vlq::collector {

@@ -1,5 +1,3 @@
-#include "collector/CollectorServer.h"
-
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -7,6 +5,8 @@
 #include <mutex>
 #include <stdexcept>
 #include <utility>
+
+#include <vlq/collector/CollectorServer.h>
 
 #include "collector/AccessPolicy.h"
 #include "collector/HttpService.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
 
 namespace vlq::collector {
 

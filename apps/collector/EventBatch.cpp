@@ -2,8 +2,9 @@
 
 #include <cmath>
 
+#include <vlq/host/JsonDocument.h>
+
 #include "collector/CalendarDay.h"
-#include "host/JsonDocument.h"
 
 namespace vlq::collector {
 namespace {

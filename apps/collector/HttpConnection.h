@@ -14,8 +14,9 @@
 #include <boost/asio/thread_pool.hpp>
 #include <string>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/BodyBudget.h"
-#include "collector/CollectorServer.h"
 #include "collector/ConnectionRegistry.h"
 
 namespace vlq::collector {

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "collector/CollectorServer.h"
+#include <vlq/collector/CollectorServer.h>
 
 namespace vlq::collector {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 namespace {

@@ -11,8 +11,9 @@
 #include <string_view>
 #include <utility>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/BodyBudget.h"
-#include "collector/CollectorServer.h"
 
 namespace vlq::collector {
 

@@ -2,8 +2,9 @@
 
 // Reading a stored survey-response body for the figures.
 
+#include <vlq/collector/StoredResponse.h>
+
 #include "collector/ResultsRecords.h"
-#include "collector/StoredResponse.h"
 
 namespace vlq::collector {
 

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "collector/StoredResponse.h"
+#include <vlq/collector/StoredResponse.h>
 
 namespace vlq::collector {
 

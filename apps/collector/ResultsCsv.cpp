@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 namespace {

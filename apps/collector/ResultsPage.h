@@ -11,9 +11,10 @@
 #include <string_view>
 #include <vector>
 
+#include <vlq/host/JsonValue.h>
+
 #include "collector/ResultsStore.h"
 #include "collector/SurveyCatalog.h"
-#include "host/JsonValue.h"
 
 namespace vlq::collector {
 

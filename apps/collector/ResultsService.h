@@ -21,10 +21,11 @@
 #include <thread>
 #include <vector>
 
+#include <vlq/collector/StoredResponse.h>
+#include <vlq/host/JsonValue.h>
+
 #include "collector/ResultsStore.h"
-#include "collector/StoredResponse.h"
 #include "collector/SurveyCatalog.h"
-#include "host/JsonValue.h"
 
 namespace vlq::collector {
 

@@ -3,7 +3,7 @@
 #include <exception>
 #include <utility>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::collector {
 

@@ -18,10 +18,11 @@
 #include <string>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonValue.h>
+
 #include "collector/AccessPolicy.h"
-#include "collector/CollectorServer.h"
 #include "collector/RequestTarget.h"
-#include "host/JsonValue.h"
 
 namespace vlq::collector {
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 

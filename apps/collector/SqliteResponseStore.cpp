@@ -2,8 +2,9 @@
 
 #include <utility>
 
+#include <vlq/host/JsonDocument.h>
+
 #include "collector/PrivateFile.h"
-#include "host/JsonDocument.h"
 
 namespace vlq::collector {
 namespace {

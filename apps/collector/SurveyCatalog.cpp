@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/JsonDocument.h"
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/VLQSurveyConstants.h>
+
 #include "model/SurveyEntry.h"
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionModel.h"

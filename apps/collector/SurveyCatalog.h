@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::collector {
 

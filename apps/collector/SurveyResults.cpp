@@ -6,8 +6,9 @@
 #include <map>
 #include <set>
 
+#include <vlq/host/JsonDocument.h>
+
 #include "collector/CalendarDay.h"
-#include "host/JsonDocument.h"
 
 namespace vlq::collector {
 namespace {

@@ -28,9 +28,10 @@
 
 #include <string>
 
+#include <vlq/host/JsonValue.h>
+
 #include "collector/ResultsStore.h"
 #include "collector/SurveyCatalog.h"
-#include "host/JsonValue.h"
 
 namespace vlq::collector {
 

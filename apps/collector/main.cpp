@@ -6,8 +6,9 @@
 
 #include <iostream>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "collector/AccessPolicy.h"
-#include "collector/CollectorServer.h"
 #include "collector/CommandLine.h"
 #include "collector/ServiceFiles.h"
 

@@ -2,7 +2,8 @@
 
 #include <map>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
+
 #include "lint/SurveyLint.h"
 #include "lint/TargetingLint.h"
 #include "model/SurveyEntry.h"

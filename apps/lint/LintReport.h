@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::lint {
 

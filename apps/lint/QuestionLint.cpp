@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/VLQSurveyConstants.h>
+
 #include "lint/SurveyLint.h"
 #include "model/VLQQuestionModel.h"
 #include "session/ChoiceOrder.h"

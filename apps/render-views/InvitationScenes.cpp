@@ -10,16 +10,16 @@
 #include <fstream>
 #include <thread>
 
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
-#include "plugin/VLQSurveyPlugin.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
 
 namespace vlq::render {
 

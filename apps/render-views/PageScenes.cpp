@@ -3,9 +3,10 @@
 
 #include "apps/render-views/PageScenes.h"
 
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "model/VLQQuestionsModel.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
 #include "ui/VLQSurveyViewController.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::render {
 

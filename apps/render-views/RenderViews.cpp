@@ -11,16 +11,17 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/WindowRenderer.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "apps/render-views/InvitationScenes.h"
 #include "apps/render-views/PageScenes.h"
-#include "host/Log.h"
-#include "host/VLQSurveyConstants.h"
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionModel.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/QtPlatform.h"
-#include "toolkit/qt/WindowRenderer.h"
 #include "ui/SuccessCard.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"

@@ -4,16 +4,17 @@
 
 #include <filesystem>
 
-#include "collector/CollectorServer.h"
-#include "host/JsonDocument.h"
-#include "host/reference/ReferenceHost.h"
-#include "plugin/ReleaseSurveyPlugin.h"
-#include "plugin/VLQSurveyPlugin.h"
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/plugin/ReleaseSurveyPlugin.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "sim/DemoAppScreen.h"
 #include "sim/Simulator.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::sim {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UILabel.h"
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
 
 namespace vlq::sim {
 

@@ -3,7 +3,7 @@
 // The application the simulator runs the plug-in in: a small shop's home screen, so that the
 // invitation's blur and the hand-back have something real to show.
 
-#include "toolkit/UIViewController.h"
+#include <vlq/toolkit/UIViewController.h>
 
 namespace vlq::sim {
 

@@ -9,11 +9,12 @@
 #include <limits>
 #include <memory>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/qt/ScreenWindow.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "model/SurveyEntry.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/MainQueuePump.h"
-#include "toolkit/qt/ScreenWindow.h"
 
 namespace vlq::sim {
 

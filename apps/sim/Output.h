@@ -8,7 +8,7 @@
 #include <mutex>
 #include <string>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::sim {
 

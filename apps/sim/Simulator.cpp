@@ -6,24 +6,26 @@
 #include <fstream>
 #include <random>
 
-#include "collector/CollectorServer.h"
-#include "host/JsonDocument.h"
-#include "host/Log.h"
-#include "host/VLQEvent.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/reference/ReferenceHost.h"
-#include "plugin/ReleaseSurveyPlugin.h"
-#include "plugin/VLQSurveyPlugin.h"
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQEvent.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/plugin/ReleaseSurveyPlugin.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/qt/WindowRenderer.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/RandomSource.h>
+#include <vlq/toolkit/UIKeyInput.h>
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "sim/StateDump.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/RandomSource.h"
-#include "toolkit/UIKeyInput.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
-#include "toolkit/qt/WindowRenderer.h"
+#include "toolkit/text/Utf8.h"
 #include "ui/JsonText.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -56,19 +58,6 @@ std::filesystem::path makeWorkDirectory() {
     if (std::filesystem::create_directory(path, error)) return path;
   }
   return {};
-}
-
-// UTF-8 text split into characters, so that "keys" types one character per key press.
-std::vector<std::string> characters(const std::string& text) {
-  std::vector<std::string> result;
-  for (std::size_t at = 0; at < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    length = std::min(length, text.size() - at);
-    result.push_back(text.substr(at, length));
-    at += length;
-  }
-  return result;
 }
 
 }  // namespace
@@ -334,7 +323,7 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
   auto* field = dynamic_cast<UIKeyInput*>(window_->firstResponder().get());
   if (!field) return output_.note(action + ": no field is being edited");
   if (action == "type" || action == "keys") {
-    for (const auto& character : characters(words[1]))
+    for (const auto character : toolkit::utf8::characters(words[1]))
       field->insertText(character);
     if (action == "type") field->insertText("\n");
   } else if (action == "paste") {

@@ -1,11 +1,12 @@
 #include "sim/StateDump.h"
 
-#include "host/VLQSurveyConstants.h"
-#include "plugin/VLQSurveyPlugin.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/UIAccessibility.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/UIAccessibility.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "ui/JsonText.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQSurveyDialogView.h"

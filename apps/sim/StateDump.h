@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::toolkit {
 class UIWindow;

@@ -14,13 +14,14 @@
 #include <sstream>
 #include <string>
 
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "sim/InteractiveRun.h"
 #include "sim/Output.h"
 #include "sim/Script.h"
 #include "sim/Simulator.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
-#include "toolkit/qt/QtPlatform.h"
 
 namespace {
 

@@ -6,20 +6,21 @@
 //   qt-window-host CONFIG_FILE SURVEY_ID
 
 #include <unistd.h>
-#include <vlq/collector/CollectorServer.h>
-#include <vlq/host/reference/ReferenceHost.h>
-#include <vlq/plugin/VLQSurveyPlugin.h>
-#include <vlq/toolkit/DispatchQueue.h>
-#include <vlq/toolkit/NSLayoutConstraint.h>
-#include <vlq/toolkit/UIFont.h>
-#include <vlq/toolkit/UILabel.h>
-#include <vlq/toolkit/qt/MainQueuePump.h>
-#include <vlq/toolkit/qt/QtPlatform.h>
-#include <vlq/toolkit/qt/ScreenWindow.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+
+#include <vlq/collector/CollectorServer.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/plugin/VLQSurveyPlugin.h>
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/ScreenWindow.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
 
 using namespace vlq;
 using namespace vlq::toolkit;

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 

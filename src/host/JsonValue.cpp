@@ -1,11 +1,11 @@
-#include "host/JsonValue.h"
-
 #include <locale.h>
 #include <stdlib.h>
 
 #include <cmath>
 #include <limits>
 #include <utility>
+
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 namespace {

@@ -1,4 +1,4 @@
-#include "host/TriggerTrace.h"
+#include <vlq/host/TriggerTrace.h>
 
 namespace vlq {
 

@@ -4,7 +4,7 @@
 #include <limits>
 #include <string>
 
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/VLQSurveyConstants.h>
 
 namespace vlq {
 namespace {

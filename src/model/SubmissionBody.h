@@ -8,8 +8,9 @@
 #include <memory>
 #include <vector>
 
-#include "host/JsonValue.h"
-#include "host/VLQController.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/VLQController.h>
+
 #include "model/VLQSurveyResponseModel.h"
 
 namespace vlq {

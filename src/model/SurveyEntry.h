@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 

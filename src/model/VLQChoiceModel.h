@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "host/Log.h"
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQSurveyConstants.h>
 
 namespace vlq {
 

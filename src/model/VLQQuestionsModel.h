@@ -4,7 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
+
 #include "model/VLQQuestionModel.h"
 
 namespace vlq {

@@ -4,7 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
+
 #include "model/VLQUserAttributesModel.h"
 
 namespace vlq {

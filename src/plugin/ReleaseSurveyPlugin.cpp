@@ -1,6 +1,7 @@
-#include "plugin/ReleaseSurveyPlugin.h"
+#include <vlq/plugin/ReleaseSurveyPlugin.h>
+#include <vlq/toolkit/UIViewController.h>
 
-#include "toolkit/UIViewController.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "ui/VLQSurveyDialogView.h"
 #include "ui/VLQSurveyViewController.h"
 
@@ -19,7 +20,8 @@ void releasePages(const std::shared_ptr<toolkit::UIViewController>& screen) {
 
 }  // namespace
 
-void releaseSurveyPlugin(VLQSurveyPlugin& plugin, toolkit::UIWindow& window) {
+void releaseSurveyPlugin(VLQSurveyPlugin& publicPlugin, toolkit::UIWindow& window) {
+  auto& plugin = VLQSurveyPluginImpl::of(publicPlugin);
   if (const auto& card = plugin.surveyDialogView()) card->setSurveyPlugin(nullptr);
   for (const auto& view : window.subviews()) {
     if (auto card = std::dynamic_pointer_cast<ui::VLQSurveyDialogView>(view))

@@ -1,21 +1,21 @@
-#include "plugin/VLQSurveyPlugin.h"
-
 #include <algorithm>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "host/Log.h"
-#include "host/VLQContextEvaluator.h"
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQContextEvaluator.h>
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+
 #include "model/SurveyEntry.h"
 #include "model/VLQQuestionsModel.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/NSLayoutConstraint.h"
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "ui/JsonText.h"
 #include "ui/VLQSurveyViewController.h"
 
@@ -48,11 +48,16 @@ std::vector<std::string> documentIds(const Json* document) {
 }  // namespace
 
 std::shared_ptr<VLQSurveyPlugin> VLQSurveyPlugin::create() {
-  struct Made : VLQSurveyPlugin {};
+  return VLQSurveyPluginImpl::create();
+}
+
+std::shared_ptr<VLQSurveyPluginImpl> VLQSurveyPluginImpl::create() {
+  // The constructor is private; make_shared needs one it can reach.
+  struct Made : VLQSurveyPluginImpl {};
   return std::make_shared<Made>();
 }
 
-void VLQSurveyPlugin::initialize(const std::any&) {
+void VLQSurveyPluginImpl::initialize(const std::any&) {
   contained([&] {
     VLQContextEvaluator::sharedInstance();
     VLQController::sharedController()->getSyncDataForActionType(
@@ -63,15 +68,15 @@ void VLQSurveyPlugin::initialize(const std::any&) {
   });
 }
 
-bool VLQSurveyPlugin::start() {
+bool VLQSurveyPluginImpl::start() {
   return true;
 }
 
-bool VLQSurveyPlugin::stop() {
+bool VLQSurveyPluginImpl::stop() {
   return false;
 }
 
-void VLQSurveyPlugin::syncDidComplete() {
+void VLQSurveyPluginImpl::syncDidComplete() {
   VLQController::sharedController()->registerForEventWithType(kSurveyTriggerEventType, self());
   const auto libraries = NSSearchPathForDirectoriesInDomains(
       NSSearchPathDirectory::NSLibraryDirectory, NSSearchPathDomainMask::NSUserDomainMask, true);
@@ -88,14 +93,14 @@ void VLQSurveyPlugin::syncDidComplete() {
   VLQContextEvaluator::sharedInstance()->parseConfiguration(*document);
 }
 
-void VLQSurveyPlugin::setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener) {
+void VLQSurveyPluginImpl::setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener) {
   std::lock_guard lock(diagnosticsMutex_);
   tracing_.store(listener != nullptr);
   diagnostics_ = std::move(listener);
 }
 
 template <class Describe>
-void VLQSurveyPlugin::trace(Describe&& describe) noexcept {
+void VLQSurveyPluginImpl::trace(Describe&& describe) noexcept {
   if (!tracing_.load()) return;
   contained([&] {
     std::shared_ptr<VLQDiagnosticsListener> listener;
@@ -107,7 +112,7 @@ void VLQSurveyPlugin::trace(Describe&& describe) noexcept {
   });
 }
 
-std::optional<std::string> VLQSurveyPlugin::triggerId() const {
+std::optional<std::string> VLQSurveyPluginImpl::triggerId() const {
   std::lock_guard lock(mutex_);
   if (!surveyEvent_) return std::nullopt;
   const Json& id = valueForKey(surveyEvent_->additionalInfo(), "id");
@@ -115,7 +120,7 @@ std::optional<std::string> VLQSurveyPlugin::triggerId() const {
   return std::nullopt;
 }
 
-void VLQSurveyPlugin::onEvent(std::shared_ptr<const VLQEvent> event) {
+void VLQSurveyPluginImpl::onEvent(std::shared_ptr<const VLQEvent> event) {
   contained([&] {
     if (!event || event->eventType() != kSurveyTriggerEventType) {
       trace([&] {
@@ -145,10 +150,10 @@ void VLQSurveyPlugin::onEvent(std::shared_ptr<const VLQEvent> event) {
   });
 }
 
-void VLQSurveyPlugin::addLaunchViewToWindow() {
+void VLQSurveyPluginImpl::addLaunchViewToWindow() {
   contained([&] {
-    isSurveyInAction_.store(true);
-    // The main queue is serial, so the capture of the application's controller runs first.
+    // The busy flag is already set: onEvent's exchange let this trigger through. The main queue is
+    // serial, so the capture of the application's controller runs first.
     std::shared_ptr<UIWindow> keyWindow;
     mainQueue().sync([&] {
       keyWindow = VLQUtilities::keyWindow();
@@ -216,7 +221,7 @@ void VLQSurveyPlugin::addLaunchViewToWindow() {
   });
 }
 
-void VLQSurveyPlugin::delayDidExpire(const Json& entry, std::size_t entryIndex) {
+void VLQSurveyPluginImpl::delayDidExpire(const Json& entry, std::size_t entryIndex) {
   // Decided by the last matched entry's dialog configuration, not by this entry's.
   bool invitation = false;
   {
@@ -239,7 +244,7 @@ void VLQSurveyPlugin::delayDidExpire(const Json& entry, std::size_t entryIndex) 
   }
 }
 
-void VLQSurveyPlugin::showInvitation() {
+void VLQSurveyPluginImpl::showInvitation() {
   std::optional<std::string> id;
   std::shared_ptr<DialogConfig> config;
   {
@@ -304,7 +309,7 @@ void VLQSurveyPlugin::showInvitation() {
   card->layer().setCornerRadius(kDialogMargin);
 }
 
-void VLQSurveyPlugin::willShowSurvey() {
+void VLQSurveyPluginImpl::willShowSurvey() {
   contained([&] {
     Json survey;
     std::optional<std::string> id;
@@ -333,13 +338,13 @@ void VLQSurveyPlugin::willShowSurvey() {
   });
 }
 
-void VLQSurveyPlugin::willDismissSurvey() {
+void VLQSurveyPluginImpl::willDismissSurvey() {
   contained([&] {
     mainQueue().async([plugin = self()] { contained([&] { plugin->dismissSurvey(); }); });
   });
 }
 
-void VLQSurveyPlugin::dismissSurvey() {
+void VLQSurveyPluginImpl::dismissSurvey() {
   const auto window = window_;
   if (!window) return;
   // The blur view stays in the window with no size; only the card and the backdrop leave.
@@ -357,37 +362,37 @@ void VLQSurveyPlugin::dismissSurvey() {
   dialogConfig_ = nullptr;
 }
 
-Json VLQSurveyPlugin::surveyConfig() const {
+Json VLQSurveyPluginImpl::surveyConfig() const {
   std::lock_guard lock(mutex_);
   return surveyConfig_ ? *surveyConfig_ : Json();
 }
 
-std::shared_ptr<const VLQEvent> VLQSurveyPlugin::surveyEvent() const {
+std::shared_ptr<const VLQEvent> VLQSurveyPluginImpl::surveyEvent() const {
   std::lock_guard lock(mutex_);
   return surveyEvent_;
 }
 
-std::optional<std::string> VLQSurveyPlugin::surveyId() const {
+std::optional<std::string> VLQSurveyPluginImpl::surveyId() const {
   std::lock_guard lock(mutex_);
   return surveyId_;
 }
 
-Json VLQSurveyPlugin::dialogDictionary() const {
+Json VLQSurveyPluginImpl::dialogDictionary() const {
   std::lock_guard lock(mutex_);
   return dialogDictionary_;
 }
 
-std::optional<std::string> VLQSurveyPlugin::successMessage() const {
+std::optional<std::string> VLQSurveyPluginImpl::successMessage() const {
   std::lock_guard lock(mutex_);
   return successMessage_;
 }
 
-double VLQSurveyPlugin::delayInterval() const {
+double VLQSurveyPluginImpl::delayInterval() const {
   std::lock_guard lock(mutex_);
   return delayInterval_;
 }
 
-std::shared_ptr<DialogConfig> VLQSurveyPlugin::dialogConfig() const {
+std::shared_ptr<DialogConfig> VLQSurveyPluginImpl::dialogConfig() const {
   std::lock_guard lock(mutex_);
   return dialogConfig_;
 }

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/VLQSurveyConstants.h>
+
 #include "session/ChoiceOrder.h"
 #include "session/VLQSurveySession.h"
 

@@ -1,17 +1,17 @@
 // How the page ends: "Next" with an answer, the submission and its post, the close action, and
 // the clean-up when the page goes away.
 
-#include "host/Log.h"
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/KeyboardNotifications.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "model/SubmissionBody.h"
-#include "session/ButtonTitles.h"
 #include "session/VLQSurveySession.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/KeyboardNotifications.h"
-#include "toolkit/UIWindow.h"
 
 namespace vlq::session {
 
@@ -31,7 +31,7 @@ Json answerIdentifier(const VLQAnswer& answer) {
 }  // namespace
 
 void VLQSurveySession::submitButtonTapped(toolkit::UIButton*) {
-  if (titleLabelText(submitButton_.get()) == kNextTitle) {
+  if (!largeButtonSubmits_) {
     const auto question = currentQuestion();
     Json answers = Json::array();
     if (responseModel_) {

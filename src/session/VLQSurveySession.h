@@ -11,20 +11,21 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonValue.h"
-#include "host/SurveyProtocol.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/SurveyProtocol.h>
+#include <vlq/toolkit/NSIndexPath.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UIImage.h>
+#include <vlq/toolkit/UIProgressView.h>
+#include <vlq/toolkit/UITableView.h>
+#include <vlq/toolkit/UITableViewDataSource.h>
+#include <vlq/toolkit/UIViewController.h>
+
 #include "model/VLQChoiceModel.h"
 #include "model/VLQQuestionsModel.h"
 #include "model/VLQSurveyModel.h"
 #include "model/VLQSurveyResponseModel.h"
-#include "toolkit/NSIndexPath.h"
-#include "toolkit/NSNotificationCenter.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UIImage.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/UITableView.h"
-#include "toolkit/UITableViewDataSource.h"
-#include "toolkit/UIViewController.h"
 
 namespace vlq::session {
 
@@ -84,6 +85,9 @@ class VLQSurveySession : public toolkit::UIViewController,
                                  toolkit::NSIndexPath indexPath) override;
 
   // The session's state.
+  // Whether the large button submits (on the last question, or in a survey of one question); it
+  // steps to the next question otherwise. Its title says which.
+  bool largeButtonSubmits() const { return largeButtonSubmits_; }
   std::uint64_t questionsCount() const { return questionsCount_; }
   std::int32_t tapCount() const { return tapCount_; }
   const std::vector<std::shared_ptr<VLQSurveyResponseModel>>& responseModelArray() const {
@@ -169,6 +173,7 @@ class VLQSurveySession : public toolkit::UIViewController,
   std::optional<std::string> successMessage_;
   std::shared_ptr<SurveyProtocol> surveyPlugin_;
 
+  bool largeButtonSubmits_ = false;
   std::uint64_t questionsCount_ = 0;
   std::int32_t tapCount_ = 0;
   std::vector<std::shared_ptr<VLQSurveyResponseModel>> responseModelArray_;
@@ -191,6 +196,8 @@ class VLQSurveySession : public toolkit::UIViewController,
 
  private:
   void setSubmitEnabled(bool enabled);
+  // Makes the large button submit, or step on, and titles it so.
+  void setLargeButtonSubmits(bool submits);
   void setProgress(float progress);
   // (initial count - questions left) / initial count, in single precision.
   float progressForPosition() const;

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string_view>
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/UIColor.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/UIColor.h>
 
 namespace vlq::ui {
 

@@ -1,10 +1,10 @@
 #include "ui/SuccessCard.h"
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIAccessibility.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UILabel.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIAccessibility.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
 
 namespace vlq::ui {
 

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "toolkit/UIView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::ui {
 

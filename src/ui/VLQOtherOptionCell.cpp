@@ -1,7 +1,8 @@
 #include "ui/VLQOtherOptionCell.h"
 
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UITableView.h"
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UITableView.h>
+
 #include "ui/JsonText.h"
 #include "ui/didSelectOtherOption.h"
 

@@ -12,10 +12,11 @@
 #include <memory>
 #include <string>
 
+#include <vlq/toolkit/UITableViewCell.h>
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UITextViewDelegate.h>
+
 #include "model/VLQChoiceModel.h"
-#include "toolkit/UITableViewCell.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UITextViewDelegate.h"
 
 namespace vlq::ui {
 

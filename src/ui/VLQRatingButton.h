@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "toolkit/UIButton.h"
+#include <vlq/toolkit/UIButton.h>
 
 namespace vlq::ui {
 

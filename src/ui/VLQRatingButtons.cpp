@@ -2,7 +2,8 @@
 
 #include <string>
 
-#include "toolkit/UIImage.h"
+#include <vlq/toolkit/UIImage.h>
+
 #include "ui/RatingLevels.h"
 
 namespace vlq::ui {

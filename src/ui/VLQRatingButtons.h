@@ -6,7 +6,8 @@
 #include <memory>
 #include <vector>
 
-#include "toolkit/NSObject.h"
+#include <vlq/toolkit/NSObject.h>
+
 #include "ui/VLQRatingButton.h"
 
 namespace vlq::ui {

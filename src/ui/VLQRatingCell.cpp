@@ -1,7 +1,7 @@
 #include "ui/VLQRatingCell.h"
 
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIStackView.h"
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIStackView.h>
 
 namespace vlq::ui {
 

@@ -9,7 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "toolkit/UITableViewCell.h"
+#include <vlq/toolkit/UITableViewCell.h>
+
 #include "ui/RatingTapped.h"
 #include "ui/VLQRatingButton.h"
 #include "ui/VLQRatingButtons.h"

@@ -1,12 +1,12 @@
 #include "ui/VLQSurveyDialogView.h"
 
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UIImage.h"
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UIImage.h>
 
 namespace vlq::ui {
 

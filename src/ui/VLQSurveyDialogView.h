@@ -11,13 +11,13 @@
 #include <optional>
 #include <string>
 
-#include "host/JsonValue.h"
-#include "host/SurveyProtocol.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UIImageView.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIStackView.h"
-#include "toolkit/UIView.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/SurveyProtocol.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UIImageView.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIStackView.h>
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::ui {
 

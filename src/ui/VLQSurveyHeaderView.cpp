@@ -1,8 +1,9 @@
 #include "ui/VLQSurveyHeaderView.h"
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIFont.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+
 #include "ui/JsonText.h"
 
 namespace vlq::ui {

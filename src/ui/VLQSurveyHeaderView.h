@@ -6,9 +6,10 @@
 
 #include <memory>
 
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIView.h>
+
 #include "model/VLQQuestionModel.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIView.h"
 
 namespace vlq::ui {
 

@@ -1,9 +1,10 @@
 #include "ui/VLQSurveyOptionCell.h"
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UIImage.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UIImage.h>
+
 #include "ui/JsonText.h"
 
 namespace vlq::ui {

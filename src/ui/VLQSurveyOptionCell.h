@@ -7,10 +7,11 @@
 #include <memory>
 #include <string>
 
+#include <vlq/toolkit/UIImageView.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UITableViewCell.h>
+
 #include "model/VLQChoiceModel.h"
-#include "toolkit/UIImageView.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UITableViewCell.h"
 
 namespace vlq::ui {
 

@@ -8,11 +8,12 @@
 
 #include <memory>
 
-#include "host/VLQUtilities.h"
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+
 #include "session/VLQSurveySession.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/NSLayoutConstraint.h"
-#include "toolkit/NSNotificationCenter.h"
 #include "ui/RatingTapped.h"
 #include "ui/didSelectOtherOption.h"
 

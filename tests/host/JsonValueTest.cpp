@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq {
 namespace {

@@ -18,19 +18,20 @@
 #include <utility>
 #include <vector>
 
-#include "host/VLQContextEvaluator.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
-#include "host/reference/ReferenceUtilities.h"
-#include "plugin/ReleaseSurveyPlugin.h"
-#include "plugin/VLQSurveyPlugin.h"
+#include <vlq/host/VLQContextEvaluator.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/host/reference/ReferenceUtilities.h>
+#include <vlq/plugin/ReleaseSurveyPlugin.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/UIVisualEffectView.h>
+#include <vlq/toolkit/UIWindow.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
+#include "plugin/VLQSurveyPluginImpl.h"
 #include "support/RecordingHost.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/UIVisualEffectView.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::plugin::test {
 
@@ -173,7 +174,7 @@ class PluginTest : public ::testing::Test {
   std::shared_ptr<toolkit::UIViewController> application =
       std::make_shared<toolkit::UIViewController>();
   std::shared_ptr<toolkit::UIWindow> window;
-  std::shared_ptr<VLQSurveyPlugin> plugin = VLQSurveyPlugin::create();
+  std::shared_ptr<VLQSurveyPluginImpl> plugin = VLQSurveyPluginImpl::create();
 };
 
 // A survey entry with one rating question, so that the survey page has something to show.

@@ -2,7 +2,8 @@
 
 #include <stdexcept>
 
-#include "host/VLQDiagnosticsListener.h"
+#include <vlq/host/VLQDiagnosticsListener.h>
+
 #include "plugin/PluginTestSupport.h"
 
 namespace vlq::plugin::test {
@@ -58,7 +59,7 @@ TEST_F(PluginTest, TheTraceNamesAnIgnoredEventAMissingDocumentAndAMissingWindow)
   EXPECT_EQ(listener->take(),
             parsed({R"({"step": "no-match", "ids": []})", R"({"step": "ignored", "type": 14})"}));
 
-  plugin = VLQSurveyPlugin::create();
+  plugin = VLQSurveyPluginImpl::create();
   plugin->setDiagnosticsListener(listener);
   initializeWith(kDocument);
   std::make_shared<UIWindow>()->makeKeyAndVisible();  // and gone at once: no window is key

@@ -76,7 +76,7 @@ TEST_F(PluginTest, AnUnmatchedTriggerLeavesThePluginRefusingTriggersForGood) {
   for (const Json& info : {Json{{"id", "7"}}, Json{{"id", 7}}, Json{{"name", "s1"}}, Json("s1"),
                            Json{{"id", "bad-ui"}}, Json{{"id", "no-ui"}}, Json{{"id", "S1"}}}) {
     SCOPED_TRACE(info.dump());
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     initializeWith(document);
     trigger(kSurveyTriggerEventType, info);
     EXPECT_TRUE(plugin->isSurveyInAction());
@@ -92,13 +92,13 @@ TEST_F(PluginTest, DocumentsOfTheWrongShapeMatchNothingAndThrowNothing) {
   for (const Json& document : {Json::array({kRoundEntry}), Json{{"configs", kRoundEntry}},
                                Json{{"configs", "s1"}}, Json(42)}) {
     SCOPED_TRACE(document.dump());
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     initializeWith(document);
     trigger("s1");
     EXPECT_TRUE(host->takeDelayed().empty());
   }
   // A file that is not JSON at all.
-  plugin = VLQSurveyPlugin::create();
+  plugin = VLQSurveyPluginImpl::create();
   std::ofstream(library / std::string(kSurveyConfigLocation)) << "{\"configs\": [";
   plugin->initialize({});
   host->takeSyncCompletion()();
@@ -114,7 +114,7 @@ TEST_F(PluginTest, DocumentsNestedTooDeepReadAsUnreadableWhereverTheDepthIs) {
   const std::string deepInUi = entry.substr(0, entry.size() - 2) + ", \"deep\": " + deep + "}}";
   for (const std::string& text : {"{\"configs\": [" + deepInUi + "]}",
                                   "{\"deep\": " + deep + ", \"configs\": [" + entry + "]}"}) {
-    plugin = VLQSurveyPlugin::create();
+    plugin = VLQSurveyPluginImpl::create();
     std::ofstream(library / std::string(kSurveyConfigLocation)) << text;
     plugin->initialize({});
     const auto completion = host->takeSyncCompletion();
@@ -128,6 +128,28 @@ TEST_F(PluginTest, DocumentsNestedTooDeepReadAsUnreadableWhereverTheDepthIs) {
     EXPECT_EQ(runDelayed(), 1u);
     EXPECT_EQ(host->eventNames().back(), "vlq_survey_dialog_launched");
   }
+}
+
+TEST_F(PluginTest, ADocumentNestedAsDeepAsThePlatformReadsShowsItsSurvey) {
+  // The document, "configs", the entry and its "ui" are four levels; a value in "ui" nests the
+  // rest. 512 levels in all are read, as the platform reads them; 513 are not.
+  const auto document = [](std::size_t levels) {
+    const std::string entry = kRoundEntry.dump();
+    return "{\"configs\": [" + entry.substr(0, entry.size() - 2) +
+           ", \"deep\": " + std::string(levels - 4, '[') + std::string(levels - 4, ']') + "}}]}";
+  };
+  std::ofstream(library / std::string(kSurveyConfigLocation)) << document(513);
+  plugin->initialize({});
+  const auto completion = host->takeSyncCompletion();
+  completion();
+  EXPECT_TRUE(plugin->surveyConfig().is_null());
+
+  std::ofstream(library / std::string(kSurveyConfigLocation)) << document(512);
+  completion();
+  ASSERT_FALSE(plugin->surveyConfig().is_null());
+  trigger("s1");
+  EXPECT_EQ(runDelayed(), 1u);
+  EXPECT_EQ(host->eventNames().back(), "vlq_survey_dialog_launched");
 }
 
 TEST_F(PluginTest, WithoutAKeyWindowNothingShowsAndThePluginStaysBusy) {
@@ -192,7 +214,7 @@ TEST_F(PluginTest, ReleasedThePluginIsFreedEvenWhenItKeepsASurveyPageToGiveBack)
   ASSERT_EQ(plugin->currentViewCntrl(), secondPage);
 
   // Let go of as a host that unloads it would: no more events, nothing more to run.
-  const std::weak_ptr<VLQSurveyPlugin> released = plugin;
+  const std::weak_ptr<VLQSurveyPluginImpl> released = plugin;
   host->takeListeners();
   delayed.clear();
   releaseSurveyPlugin(*plugin, *window);

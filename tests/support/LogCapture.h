@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Log.h"
+#include <vlq/host/Log.h>
 
 namespace vlq::testing {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "host/VLQController.h"
+#include <vlq/host/VLQController.h>
 
 namespace vlq::test {
 

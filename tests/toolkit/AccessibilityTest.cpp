@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/UIAccessibility.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIAccessibility.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/UIButton.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

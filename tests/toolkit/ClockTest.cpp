@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "toolkit/Clock.h"
+#include <vlq/toolkit/Clock.h>
 
 namespace vlq::toolkit {
 namespace {

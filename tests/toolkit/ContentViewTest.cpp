@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/DrawingContext.h"
-#include "toolkit/UIImageView.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/DrawingContext.h>
+#include <vlq/toolkit/UIImageView.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIProgressView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "toolkit/NSNotificationCenter.h"
+#include <vlq/toolkit/NSNotificationCenter.h>
 
 namespace vlq::toolkit {
 namespace {

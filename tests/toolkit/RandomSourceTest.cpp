@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "toolkit/RandomSource.h"
+#include <vlq/toolkit/RandomSource.h>
 
 namespace vlq::toolkit {
 namespace {

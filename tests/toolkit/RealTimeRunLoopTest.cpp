@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/RealTimeRunLoop.h"
-#include "toolkit/VirtualClock.h"
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/RealTimeRunLoop.h>
+#include <vlq/toolkit/VirtualClock.h>
 
 namespace vlq::toolkit {
 namespace {

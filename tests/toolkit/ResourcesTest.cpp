@@ -6,9 +6,9 @@
 #include <fstream>
 #include <string>
 
-#include "toolkit/NSBundle.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UIImage.h"
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UIImage.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/Diagnostics.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UITableView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/Diagnostics.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UITableView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/KeyboardNotifications.h"
-#include "toolkit/NSNotificationCenter.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/KeyboardNotifications.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

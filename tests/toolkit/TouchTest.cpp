@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/UIView.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/UIViewController.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIViewController.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/Diagnostics.h"
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/Diagnostics.h>
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 namespace {

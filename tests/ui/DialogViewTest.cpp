@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <vlq/toolkit/KeyboardNavigation.h>
+
 #include "support/RecordingHost.h"
-#include "toolkit/KeyboardNavigation.h"
 #include "ui/UiTestSupport.h"
 #include "ui/VLQSurveyDialogView.h"
 

@@ -2,7 +2,8 @@
 
 #include <vector>
 
-#include "toolkit/UIImage.h"
+#include <vlq/toolkit/UIImage.h>
+
 #include "ui/RatingLevels.h"
 #include "ui/UiTestSupport.h"
 #include "ui/VLQRatingCell.h"

@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/NSNotificationCenter.h"
-#include "toolkit/UIAccessibility.h"
-#include "ui/SurveyPageHarness.h"
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+#include <vlq/toolkit/UIAccessibility.h>
+
+#include "session/SurveyPageHarness.h"
 
 namespace vlq::ui::test {
 namespace {

@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/NSBundle.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/NSBundle.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::ui::test {
 

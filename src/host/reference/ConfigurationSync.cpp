@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include <vlq/host/reference/HttpTransport.h>
+
 #include "host/reference/AtomicFile.h"
 
 namespace vlq::reference {

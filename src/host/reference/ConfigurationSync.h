@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "host/reference/HttpTransport.h"
+#include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::reference {
 

@@ -1,5 +1,3 @@
-#include "host/reference/DelayedBlockScheduler.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -9,8 +7,9 @@
 #include <mutex>
 #include <utility>
 
-#include "toolkit/Clock.h"
-#include "toolkit/RunLoop.h"
+#include <vlq/host/reference/DelayedBlockScheduler.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/RunLoop.h>
 
 namespace vlq::reference {
 

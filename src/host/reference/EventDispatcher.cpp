@@ -1,5 +1,3 @@
-#include "host/reference/EventDispatcher.h"
-
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -7,7 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "toolkit/RunLoop.h"
+#include <vlq/host/reference/EventDispatcher.h>
+#include <vlq/toolkit/RunLoop.h>
 
 namespace vlq::reference {
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "toolkit/RunLoop.h"
+#include <vlq/toolkit/RunLoop.h>
 
 namespace vlq::reference {
 

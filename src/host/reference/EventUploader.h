@@ -30,10 +30,10 @@
 #include <cstddef>
 #include <string>
 
-#include "host/reference/AnalyticsStore.h"
-#include "host/reference/DelayedBlockScheduler.h"
-#include "host/reference/HostWork.h"
-#include "host/reference/Outbox.h"
+#include <vlq/host/reference/AnalyticsStore.h>
+#include <vlq/host/reference/DelayedBlockScheduler.h>
+#include <vlq/host/reference/HostWork.h>
+#include <vlq/host/reference/Outbox.h>
 
 namespace vlq::reference {
 

@@ -1,6 +1,6 @@
-#include "host/reference/HostSettings.h"
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/reference/HostSettings.h>
 
-#include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"
 #include "host/reference/DeviceIdentity.h"
 

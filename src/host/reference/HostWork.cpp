@@ -1,8 +1,7 @@
-#include "host/reference/HostWork.h"
-
 #include <utility>
 
-#include "toolkit/DispatchQueue.h"
+#include <vlq/host/reference/HostWork.h>
+#include <vlq/toolkit/DispatchQueue.h>
 
 namespace vlq::reference {
 

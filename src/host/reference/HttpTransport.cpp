@@ -1,11 +1,11 @@
-#include "host/reference/HttpTransport.h"
-
 #include <httplib.h>
 #include <openssl/x509.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <utility>
+
+#include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::reference {
 

@@ -1,14 +1,14 @@
-#include "host/reference/Outbox.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
+#include <vlq/host/reference/Outbox.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/RandomSource.h>
+#include <vlq/toolkit/RunLoop.h>
+
 #include "host/reference/DeviceIdentity.h"
 #include "host/reference/RetryPolicy.h"
-#include "toolkit/Clock.h"
-#include "toolkit/RandomSource.h"
-#include "toolkit/RunLoop.h"
 
 namespace vlq::reference {
 
@@ -121,21 +121,21 @@ void Outbox::post(const std::string& url, std::string body, VLQHeaderFields head
                   "); it is posted once, directly, without retries");
     return postDirectly(std::move(entry), std::move(taken), error);
   }
-  emit({DeliveryStage::queued, entry.key, entry.url, 0, std::nullopt, 0, {}});
+  report({DeliveryStage::queued, entry.key, entry.url, 0, std::nullopt, 0, {}});
   requestPass();
 }
 
 void Outbox::postDirectly(OutboxEntry entry, OnceCompletion completion, const std::string& why) {
-  emit({DeliveryStage::notQueued, entry.key, entry.url, 0, std::nullopt, 0, why});
+  report({DeliveryStage::notQueued, entry.key, entry.url, 0, std::nullopt, 0, why});
   auto shared = std::make_shared<OnceCompletion>(std::move(completion));
   passes_.schedule(0, [this, entry = std::move(entry), shared] {
-    emit({DeliveryStage::sent, entry.key, entry.url, 1, std::nullopt, 0, {}});
+    report({DeliveryStage::sent, entry.key, entry.url, 1, std::nullopt, 0, {}});
     VLQHeaderFields headers = entry.headers;
     headers[kIdempotencyHeader] = entry.key;
     const HttpOutcome outcome = transport_(entry.url, entry.body, headers);
     const bool delivered = verdictFor(outcome) == AttemptVerdict::delivered;
-    emit({delivered ? DeliveryStage::delivered : DeliveryStage::lost, entry.key, entry.url, 1,
-          outcome.status, 0, delivered ? std::string() : describeOutcome(outcome)});
+    report({delivered ? DeliveryStage::delivered : DeliveryStage::lost, entry.key, entry.url, 1,
+            outcome.status, 0, delivered ? std::string() : describeOutcome(outcome)});
     (*shared)(outcome);
   });
 }
@@ -198,7 +198,7 @@ void Outbox::runPass() {
 
 void Outbox::attempt(const OutboxEntry& entry) {
   const int number = entry.attempts + 1;
-  emit({DeliveryStage::sent, entry.key, entry.url, number, std::nullopt, 0, {}});
+  report({DeliveryStage::sent, entry.key, entry.url, number, std::nullopt, 0, {}});
   VLQHeaderFields headers = entry.headers;
   headers[kIdempotencyHeader] = entry.key;
   HttpOutcome outcome;
@@ -218,7 +218,7 @@ void Outbox::attempt(const OutboxEntry& entry) {
         settings_.log("the outbox cannot forget the delivered body " + entry.key +
                       "; it will be sent again, under the same key");
       }
-      emit({DeliveryStage::delivered, entry.key, entry.url, number, outcome.status, 0, {}});
+      report({DeliveryStage::delivered, entry.key, entry.url, number, outcome.status, 0, {}});
       break;
     case AttemptVerdict::refused: {
       retriesWaitUntil_ = 0;
@@ -232,7 +232,8 @@ void Outbox::attempt(const OutboxEntry& entry) {
                     (moved     ? "it is kept with the dead letters"
                      : dropped ? "the dead letters cannot take it, so it is dropped"
                                : "the outbox cannot move it and will send it again"));
-      emit({DeliveryStage::deadLettered, entry.key, entry.url, number, outcome.status, 0, reason});
+      report(
+          {DeliveryStage::deadLettered, entry.key, entry.url, number, outcome.status, 0, reason});
       break;
     }
     case AttemptVerdict::retry: {
@@ -242,8 +243,8 @@ void Outbox::attempt(const OutboxEntry& entry) {
         recordingFailed_ = true;
         settings_.log("the outbox cannot record the failed attempt of " + entry.key);
       }
-      emit({DeliveryStage::retryScheduled, entry.key, entry.url, number, outcome.status, delay,
-            account});
+      report({DeliveryStage::retryScheduled, entry.key, entry.url, number, outcome.status, delay,
+              account});
       break;
     }
   }
@@ -273,7 +274,7 @@ void Outbox::scheduleNextPass() {
   });
 }
 
-void Outbox::emit(DeliveryEvent event) {
+void Outbox::report(DeliveryEvent event) {
   DeliveryObserver observer;
   {
     std::lock_guard lock(mutex_);

@@ -1,9 +1,9 @@
-#include "host/reference/OutboxStore.h"
-
 #include <algorithm>
 #include <utility>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/reference/OutboxStore.h>
+
 #include "host/reference/SqliteDatabase.h"
 
 namespace vlq::reference {

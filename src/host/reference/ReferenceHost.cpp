@@ -1,19 +1,20 @@
-#include "host/reference/ReferenceHost.h"
-
 #include <cstdio>
 #include <filesystem>
 #include <utility>
 
-#include "host/HostSingleton.h"
-#include "host/Log.h"
-#include "host/VLQContextEvaluator.h"
-#include "host/VLQSurveyConstants.h"
+#include <vlq/host/Log.h>
+#include <vlq/host/VLQContextEvaluator.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/HttpTransport.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/NSFileManager.h>
+#include <vlq/toolkit/RunLoop.h>
+
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
-#include "host/reference/HttpTransport.h"
-#include "toolkit/Clock.h"
-#include "toolkit/NSFileManager.h"
-#include "toolkit/RunLoop.h"
+#include "host/reference/EventUploader.h"
+#include "host/reference/TargetingEvaluator.h"
 
 namespace vlq::reference {
 
@@ -149,12 +150,9 @@ void ReferenceHost::shutdown() {
     std::shared_ptr<VLQController> replacedController;
     std::shared_ptr<VLQUtilities> replacedUtilities;
     std::shared_ptr<VLQContextEvaluator> replacedEvaluator;
-    auto& evaluatorSlot = HostSingleton<VLQContextEvaluator>::slot();
-    if (evaluatorSlot.get() == targeting_) replacedEvaluator = evaluatorSlot.install(nullptr);
-    auto& utilitiesSlot = HostSingleton<VLQUtilities>::slot();
-    if (utilitiesSlot.get() == utilities_) replacedUtilities = utilitiesSlot.install(nullptr);
-    auto& controllerSlot = HostSingleton<VLQController>::slot();
-    if (controllerSlot.get().get() == this) replacedController = controllerSlot.install(nullptr);
+    replacedEvaluator = VLQContextEvaluator::uninstallSharedInstance(targeting_.get());
+    replacedUtilities = VLQUtilities::uninstallShared(utilities_.get());
+    replacedController = VLQController::uninstallSharedController(this);
   } catch (...) {
     // A failed lock leaves the host installed; it no longer does anything.
   }

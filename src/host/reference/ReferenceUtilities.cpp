@@ -1,10 +1,10 @@
-#include "host/reference/ReferenceUtilities.h"
-
 #include <utility>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
+#include <vlq/host/reference/ReferenceUtilities.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "host/reference/AtomicFile.h"
-#include "toolkit/UIWindow.h"
 
 namespace vlq::reference {
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "toolkit/RandomSource.h"
+#include <vlq/toolkit/RandomSource.h>
 
 namespace vlq::reference {
 

@@ -18,7 +18,7 @@
 #include <optional>
 #include <string>
 
-#include "host/reference/HttpTransport.h"
+#include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::toolkit {
 class RandomSource;

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "host/VLQSurveyConstants.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
 
 namespace vlq::reference {
 

@@ -26,9 +26,10 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonValue.h"
-#include "host/TriggerTrace.h"
-#include "host/VLQContextEvaluator.h"
+#include <vlq/host/JsonValue.h>
+#include <vlq/host/TriggerTrace.h>
+#include <vlq/host/VLQContextEvaluator.h>
+
 #include "host/reference/DisplayHistory.h"
 #include "host/reference/TargetingRules.h"
 

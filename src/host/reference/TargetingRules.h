@@ -34,7 +34,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/JsonValue.h"
+#include <vlq/host/JsonValue.h>
 
 namespace vlq::reference {
 

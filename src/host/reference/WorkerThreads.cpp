@@ -1,12 +1,11 @@
-#include "host/reference/WorkerThreads.h"
-
 #include <condition_variable>
 #include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "toolkit/RunLoop.h"
+#include <vlq/host/reference/WorkerThreads.h>
+#include <vlq/toolkit/RunLoop.h>
 
 namespace vlq::reference {
 

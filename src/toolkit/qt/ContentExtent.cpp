@@ -1,6 +1,7 @@
 #include "toolkit/qt/ContentExtent.h"
 
-#include "toolkit/UIImage.h"
+#include <vlq/toolkit/UIImage.h>
+
 #include "toolkit/qt/QtConversions.h"
 #include "toolkit/qt/QtDrawingContext.h"
 

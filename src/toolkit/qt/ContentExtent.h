@@ -8,7 +8,8 @@
 #include <QRectF>
 #include <QTransform>
 
-#include "toolkit/DrawingContext.h"
+#include <vlq/toolkit/DrawingContext.h>
+
 #include "toolkit/qt/TextLayoutCache.h"
 
 namespace vlq::toolkit::qt {

@@ -19,7 +19,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/UIView.h>
+
 #include "toolkit/qt/TextLayoutCache.h"
 
 namespace vlq::toolkit::qt {

@@ -14,7 +14,7 @@
 #include <memory>
 #include <unordered_map>
 
-#include "toolkit/ImageDecoder.h"
+#include <vlq/toolkit/ImageDecoder.h>
 
 namespace vlq::toolkit::qt {
 

@@ -5,7 +5,8 @@
 #include <cmath>
 #include <optional>
 
-#include "toolkit/KeyboardNavigation.h"
+#include <vlq/toolkit/KeyboardNavigation.h>
+
 #include "toolkit/qt/QtConversions.h"
 
 namespace vlq::toolkit::qt {

@@ -6,7 +6,7 @@
 #include <QImage>
 #include <QRect>
 
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit::qt {
 

@@ -5,8 +5,8 @@
 
 #include <cmath>
 
-#include "toolkit/CALayer.h"
-#include "toolkit/Geometry.h"
+#include <vlq/toolkit/CALayer.h>
+#include <vlq/toolkit/Geometry.h>
 
 namespace vlq::toolkit::qt {
 

@@ -1,5 +1,3 @@
-#include "toolkit/qt/MainQueuePump.h"
-
 #include <QMetaObject>
 #include <algorithm>
 #include <atomic>
@@ -7,7 +5,8 @@
 #include <limits>
 #include <mutex>
 
-#include "toolkit/DispatchQueue.h"
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/toolkit/DispatchQueue.h>
 
 namespace vlq::toolkit::qt {
 

@@ -7,8 +7,8 @@
 #include <QRectF>
 #include <algorithm>
 
-#include "toolkit/Geometry.h"
-#include "toolkit/UIColor.h"
+#include <vlq/toolkit/Geometry.h>
+#include <vlq/toolkit/UIColor.h>
 
 namespace vlq::toolkit::qt {
 

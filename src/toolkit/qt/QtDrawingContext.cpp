@@ -2,8 +2,9 @@
 
 #include <cmath>
 
-#include "toolkit/UIImage.h"
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/UIImage.h>
+#include <vlq/toolkit/UIView.h>
+
 #include "toolkit/qt/QtConversions.h"
 #include "toolkit/qt/QtFonts.h"
 #include "toolkit/qt/QtImageDecoder.h"

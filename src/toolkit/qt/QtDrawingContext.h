@@ -5,7 +5,8 @@
 #include <QPainter>
 #include <optional>
 
-#include "toolkit/DrawingContext.h"
+#include <vlq/toolkit/DrawingContext.h>
+
 #include "toolkit/qt/DrawnImageCache.h"
 #include "toolkit/qt/TextLayoutCache.h"
 

@@ -7,7 +7,7 @@
 #include <QFont>
 #include <QFontMetricsF>
 
-#include "toolkit/UIFont.h"
+#include <vlq/toolkit/UIFont.h>
 
 namespace vlq::toolkit::qt {
 

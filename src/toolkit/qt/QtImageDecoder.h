@@ -4,7 +4,7 @@
 
 #include <QImage>
 
-#include "toolkit/ImageDecoder.h"
+#include <vlq/toolkit/ImageDecoder.h>
 
 namespace vlq::toolkit::qt {
 

@@ -1,5 +1,3 @@
-#include "toolkit/qt/QtPlatform.h"
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,8 +8,10 @@
 #include <set>
 #include <string>
 
-#include "toolkit/Diagnostics.h"
-#include "toolkit/FontCatalog.h"
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/toolkit/Diagnostics.h>
+#include <vlq/toolkit/FontCatalog.h>
+
 #include "toolkit/qt/QtImageDecoder.h"
 #include "toolkit/qt/QtTextMeasurer.h"
 

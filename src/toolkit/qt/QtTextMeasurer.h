@@ -2,7 +2,7 @@
 
 // Text measured with the real fonts, in points.
 
-#include "toolkit/TextMeasurer.h"
+#include <vlq/toolkit/TextMeasurer.h>
 
 namespace vlq::toolkit::qt {
 

@@ -19,7 +19,8 @@
 #include <optional>
 #include <vector>
 
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/UIView.h>
+
 #include "toolkit/qt/DamageTracker.h"
 #include "toolkit/qt/RenderCaches.h"
 

@@ -8,12 +8,12 @@
 #include <cmath>
 #include <mutex>
 
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/NSNotificationCenter.h"
-#include "toolkit/UIAccessibility.h"
-#include "toolkit/UIKeyInput.h"
-#include "toolkit/UIProgressView.h"
-#include "toolkit/qt/ScreenWindow.h"
+#include <vlq/qt/ScreenWindow.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/NSNotificationCenter.h>
+#include <vlq/toolkit/UIAccessibility.h>
+#include <vlq/toolkit/UIKeyInput.h>
+#include <vlq/toolkit/UIProgressView.h>
 
 namespace vlq::toolkit::qt {
 namespace {

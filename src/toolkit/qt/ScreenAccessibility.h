@@ -15,8 +15,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "toolkit/NSObject.h"
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/NSObject.h>
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit::qt {
 

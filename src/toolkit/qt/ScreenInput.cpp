@@ -5,7 +5,7 @@
 #include <QKeySequence>
 #include <cmath>
 
-#include "toolkit/KeyboardNavigation.h"
+#include <vlq/toolkit/KeyboardNavigation.h>
 
 namespace vlq::toolkit::qt {
 namespace {

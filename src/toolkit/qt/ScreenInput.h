@@ -10,8 +10,8 @@
 #include <QString>
 #include <memory>
 
-#include "toolkit/UIKeyInput.h"
-#include "toolkit/UIWindow.h"
+#include <vlq/toolkit/UIKeyInput.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit::qt {
 

@@ -1,5 +1,3 @@
-#include "toolkit/qt/ScreenWindow.h"
-
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
@@ -9,8 +7,12 @@
 #include <QWheelEvent>
 #include <cmath>
 
-#include "toolkit/qt/MainQueuePump.h"
-#include "toolkit/qt/QtPlatform.h"
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/ScreenWindow.h>
+
+#include "toolkit/qt/ScreenAccessibility.h"
+#include "toolkit/qt/ScreenInput.h"
 
 namespace vlq::toolkit::qt {
 namespace {
@@ -25,8 +27,8 @@ ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
     : window_(std::move(window)),
       scale_(usableScale(scale)),
       renderer_(scale_),
-      input_(window_, scale_),
-      accessibility_(*this) {
+      input_(std::make_unique<ScreenInput>(window_, scale_)),
+      accessibility_(std::make_unique<ScreenAccessibility>(*this)) {
   const CGRect bounds = window_->bounds();
   const QSize size(static_cast<int>(std::ceil(bounds.width() * scale_)),
                    static_cast<int>(std::ceil(bounds.height() * scale_)));
@@ -35,6 +37,8 @@ ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
   setMaximumSize(size);
   setTitle(QStringLiteral("VLQSurveyPlugin"));
 }
+
+ScreenWindow::~ScreenWindow() = default;
 
 QImage ScreenWindow::currentFrame() {
   renderer_.setScale(scale_ * devicePixelRatio());
@@ -77,34 +81,34 @@ void ScreenWindow::paintEvent(QPaintEvent* event) {
   painter.drawImage(QRectF(0, 0, frame.width() / ratio, frame.height() / ratio), frame);
   painter.end();
   // What the frame shows is now what assistive technology should know about.
-  accessibility_.frameShown();
+  accessibility_->frameShown();
 }
 
 void ScreenWindow::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
-  input_.mousePressed(event->position());
+  input_->mousePressed(event->position());
   inputHandled();
 }
 
 void ScreenWindow::mouseMoveEvent(QMouseEvent* event) {
   if (!(event->buttons() & Qt::LeftButton)) return;
-  input_.mouseMoved(event->position());
+  input_->mouseMoved(event->position());
   inputHandled();
 }
 
 void ScreenWindow::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
-  input_.mouseReleased(event->position());
+  input_->mouseReleased(event->position());
   inputHandled();
 }
 
 void ScreenWindow::wheelEvent(QWheelEvent* event) {
-  const CGPoint delta = input_.wheelDelta(event->pixelDelta(), event->angleDelta());
-  if (input_.scroll(event->position(), delta)) inputHandled();
+  const CGPoint delta = input_->wheelDelta(event->pixelDelta(), event->angleDelta());
+  if (input_->scroll(event->position(), delta)) inputHandled();
 }
 
 void ScreenWindow::keyPressEvent(QKeyEvent* event) {
-  if (input_.keyPressed(*event)) {
+  if (input_->keyPressed(*event)) {
     inputHandled();
   } else {
     QRasterWindow::keyPressEvent(event);
@@ -114,13 +118,13 @@ void ScreenWindow::keyPressEvent(QKeyEvent* event) {
 bool ScreenWindow::event(QEvent* event) {
   if (event->type() == QEvent::InputMethodQuery) {
     auto* query = static_cast<QInputMethodQueryEvent*>(event);
-    query->setValue(Qt::ImEnabled, input_.keyInput() != nullptr);
+    query->setValue(Qt::ImEnabled, input_->keyInput() != nullptr);
     query->accept();
     return true;
   }
   if (event->type() == QEvent::InputMethod) {
     auto* method = static_cast<QInputMethodEvent*>(event);
-    if (input_.textCommitted(method->commitString())) inputHandled();
+    if (input_->textCommitted(method->commitString())) inputHandled();
     event->accept();
     return true;
   }

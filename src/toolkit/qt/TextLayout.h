@@ -8,7 +8,7 @@
 #include <QString>
 #include <vector>
 
-#include "toolkit/DrawingContext.h"
+#include <vlq/toolkit/DrawingContext.h>
 
 namespace vlq::toolkit::qt {
 

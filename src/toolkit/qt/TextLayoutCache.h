@@ -12,7 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "toolkit/DrawingContext.h"
+#include <vlq/toolkit/DrawingContext.h>
+
 #include "toolkit/qt/QtFonts.h"
 #include "toolkit/qt/TextLayout.h"
 

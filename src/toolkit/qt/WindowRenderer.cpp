@@ -1,13 +1,13 @@
-#include "toolkit/qt/WindowRenderer.h"
-
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
 
-#include "toolkit/Diagnostics.h"
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/WindowRenderer.h>
+#include <vlq/toolkit/Diagnostics.h>
+
 #include "toolkit/qt/DamageTracker.h"
 #include "toolkit/qt/FocusRing.h"
-#include "toolkit/qt/QtPlatform.h"
 #include "toolkit/qt/RenderCaches.h"
 #include "toolkit/qt/RenderPass.h"
 

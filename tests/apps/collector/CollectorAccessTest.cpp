@@ -7,9 +7,10 @@
 #include <filesystem>
 #include <string>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "RawHttp.h"
 #include "collector/AccessPolicy.h"
-#include "collector/CollectorServer.h"
 #include "support/TestCertificates.h"
 
 namespace vlq::collector {

@@ -8,8 +8,9 @@
 #include <filesystem>
 #include <string>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "TestDatabase.h"
-#include "collector/CollectorServer.h"
 #include "collector/ResultsService.h"
 
 namespace vlq::collector {

@@ -10,8 +10,9 @@
 #include <thread>
 #include <vector>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "RawHttp.h"
-#include "collector/CollectorServer.h"
 
 namespace vlq::collector {
 namespace {

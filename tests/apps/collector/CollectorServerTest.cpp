@@ -8,8 +8,9 @@
 #include <stdexcept>
 #include <thread>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "TestDatabase.h"
-#include "collector/CollectorServer.h"
 #include "collector/ResultsService.h"
 
 namespace vlq::collector {
@@ -82,9 +83,14 @@ TEST(CollectorServer, StoresPostedObjectsAndListsThemByAppId) {
 TEST(CollectorServer, RefusesBodiesThatAreNotJsonObjectsAndStoresNothing) {
   auto server = startServer();
   ASSERT_TRUE(server);
-  const std::string deep = R"({"a":)" + std::string(100000, '[') + std::string(100000, ']') + "}";
-  for (const std::string body : {"", "not json", "{\"a\":", "[1,2]", "\"text\"", "42", "null",
-                                 "{\"a\":1} trailing", "{\"bad\":\"\xff\xfe\"}", deep.c_str()}) {
+  const auto nested = [](std::size_t levels) {
+    return R"({"a":)" + std::string(levels - 1, '[') + std::string(levels - 1, ']') + "}";
+  };
+  const std::string deep = nested(100000);
+  const std::string oneTooDeep = nested(513);
+  for (const std::string body :
+       {"", "not json", "{\"a\":", "[1,2]", "\"text\"", "42", "null", "{\"a\":1} trailing",
+        "{\"bad\":\"\xff\xfe\"}", deep.c_str(), oneTooDeep.c_str()}) {
     auto result = post(*server, "/v2/api/survey-response?appId=app", body);
     ASSERT_TRUE(result) << body.substr(0, 40);
     EXPECT_EQ(result->status, 400) << body.substr(0, 40);
@@ -97,6 +103,13 @@ TEST(CollectorServer, RefusesBodiesThatAreNotJsonObjectsAndStoresNothing) {
   ASSERT_TRUE(result);
   EXPECT_EQ(result->status, 200);
   EXPECT_EQ(server->responses().size(), 1u);
+  // A body as deep as the platform reads is stored, and read back from the store, whole.
+  const std::string asDeepAsRead = nested(512);
+  result = post(*server, "/v2/api/survey-response?appId=app", asDeepAsRead);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, 200);
+  ASSERT_EQ(server->responses().size(), 2u);
+  EXPECT_EQ(server->responses().back().body.dump(), asDeepAsRead);
 }
 
 TEST(CollectorServer, AnswersTheConfiguredStatusAndStillStores) {

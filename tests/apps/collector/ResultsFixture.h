@@ -10,8 +10,9 @@
 #include <memory>
 #include <string>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "TestDatabase.h"
-#include "collector/CollectorServer.h"
 
 namespace vlq::collector::test {
 

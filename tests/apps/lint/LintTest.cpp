@@ -194,7 +194,7 @@ TEST(LintTest, ADocumentThatShowsNoSurveySaysWhy) {
   } cases[] = {
       {"{\n  \"configs\": [\n    {\"_id\": \"a\",}\n", "unreadable", "line 3, column 17: "},
       {"\n  [{\"configs\": []}]", "unreadable", "line 2, column 3: the document is a list"},
-      {std::string(200, '[') + std::string(200, ']'), "unreadable", "line 1, column 129: nested"},
+      {std::string(600, '[') + std::string(600, ']'), "unreadable", "line 1, column 513: nested"},
       {"", "unreadable", "line 1, column 1: "},
       {R"({"configs": {"_id": "a"}})", "configs-missing", "\"configs\" is an object"},
       {R"({"surveys": []})", "configs-missing", "There is no \"configs\""},

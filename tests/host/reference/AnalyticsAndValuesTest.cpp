@@ -4,11 +4,12 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
 #include "host/reference/DeviceIdentity.h"
-#include "host/reference/ReferenceHost.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference {
 namespace {
@@ -99,6 +100,22 @@ TEST(SettingsTest, ValuesOfTheWrongTypeFallBackOneByOne) {
   EXPECT_EQ(partial->appInfo().additionalInfo(), Json({{"app_version", "1.0"}}));
   EXPECT_EQ(partial->applicationIdentifier(), "app-2");
   EXPECT_TRUE(isUuidText(partial->getDeviceID().value_or("")));
+}
+
+TEST(SettingsTest, AttributesAsDeepAsThePlatformReadsAreKeptAndDeeperOnesRefused) {
+  // The settings object and "user_attributes" are two levels; the value in it makes the rest.
+  ScratchDirectory library;
+  const auto settings = [&](std::size_t levels) {
+    const std::string path = library.file(std::to_string(levels) + ".json");
+    std::ofstream(path) << R"({"app_id": "deep", "user_attributes": {"tiers": )"
+                        << std::string(levels - 2, '[') << std::string(levels - 2, ']') << "}}";
+    return path;
+  };
+  const auto deep = hostIn(library, settings(512));
+  EXPECT_EQ(deep->applicationIdentifier(), "deep");
+  EXPECT_EQ(deep->user().additionalInfo()["tiers"].dump(),
+            std::string(510, '[') + std::string(510, ']'));
+  EXPECT_EQ(hostIn(library, settings(513))->applicationIdentifier(), "reference-app");
 }
 
 TEST(SettingsTest, MissingUnreadableOrNonObjectSettingsGiveTheDefaults) {

@@ -7,8 +7,9 @@
 #include <set>
 #include <thread>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "DeliveryFixture.h"
-#include "collector/CollectorServer.h"
 
 namespace vlq::reference::test {
 namespace {

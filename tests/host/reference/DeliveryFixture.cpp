@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "toolkit/DispatchQueue.h"
+#include <vlq/toolkit/DispatchQueue.h>
 
 namespace vlq::reference::test {
 

@@ -12,9 +12,10 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
-#include "host/reference/ReferenceHost.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference::test {
 

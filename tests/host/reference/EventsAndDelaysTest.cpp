@@ -9,11 +9,12 @@
 #include <thread>
 #include <vector>
 
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/Clock.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
-#include "host/reference/ReferenceHost.h"
-#include "toolkit/Clock.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference {
 namespace {

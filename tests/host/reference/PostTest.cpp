@@ -5,8 +5,9 @@
 #include <string>
 #include <thread>
 
+#include <vlq/host/reference/ReferenceHost.h>
+
 #include "LocalHttpServer.h"
-#include "host/reference/ReferenceHost.h"
 
 namespace vlq::reference {
 namespace {

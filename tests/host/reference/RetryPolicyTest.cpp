@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <vlq/toolkit/RandomSource.h>
+
 #include "host/reference/RetryPolicy.h"
-#include "toolkit/RandomSource.h"
 
 namespace vlq::reference {
 namespace {

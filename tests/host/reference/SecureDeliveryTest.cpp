@@ -4,8 +4,9 @@
 
 #include <fstream>
 
+#include <vlq/collector/CollectorServer.h>
+
 #include "DeliveryFixture.h"
-#include "collector/CollectorServer.h"
 #include "support/TestCertificates.h"
 
 namespace vlq::reference::test {

@@ -6,13 +6,14 @@
 #include <future>
 #include <thread>
 
+#include <vlq/host/VLQController.h>
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/VLQUtilities.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/NSFileManager.h>
+
 #include "LocalHttpServer.h"
-#include "host/VLQController.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/VLQUtilities.h"
 #include "host/reference/AtomicFile.h"
-#include "host/reference/ReferenceHost.h"
-#include "toolkit/NSFileManager.h"
 
 namespace vlq::reference {
 namespace {

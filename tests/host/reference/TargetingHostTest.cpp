@@ -13,12 +13,14 @@
 #include <thread>
 #include <vector>
 
+#include <vlq/host/VLQSurveyConstants.h>
+#include <vlq/host/reference/ReferenceHost.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
-#include "host/VLQSurveyConstants.h"
-#include "host/reference/ReferenceHost.h"
+#include "host/reference/TargetingEvaluator.h"
 #include "support/LogCapture.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference {
 namespace {

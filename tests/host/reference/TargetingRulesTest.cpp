@@ -3,11 +3,12 @@
 #include <string>
 #include <vector>
 
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/VirtualRunLoop.h>
+
 #include "LocalHttpServer.h"
 #include "host/reference/SamplingHash.h"
 #include "host/reference/TargetingEvaluator.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/VirtualRunLoop.h"
 
 namespace vlq::reference {
 namespace {

@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <vlq/host/reference/ReferenceHost.h>
+
 #include "LocalHttpServer.h"
-#include "host/reference/ReferenceHost.h"
 #include "support/LogCapture.h"
 
 namespace vlq::reference {

@@ -4,13 +4,14 @@
 #include <string>
 #include <vector>
 
+#include <vlq/qt/WindowRenderer.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UITextView.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "QtTestSupport.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UITextView.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/WindowRenderer.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

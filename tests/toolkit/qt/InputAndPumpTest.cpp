@@ -12,12 +12,14 @@
 #include <thread>
 #include <vector>
 
+#include <vlq/qt/MainQueuePump.h>
+#include <vlq/qt/ScreenWindow.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/UIKeyInput.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "QtTestSupport.h"
-#include "toolkit/DispatchQueue.h"
-#include "toolkit/UIKeyInput.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/MainQueuePump.h"
-#include "toolkit/qt/ScreenWindow.h"
+#include "toolkit/qt/ScreenInput.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

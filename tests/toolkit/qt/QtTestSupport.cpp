@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "toolkit/qt/QtPlatform.h"
-#include "toolkit/qt/WindowRenderer.h"
+#include <vlq/qt/QtPlatform.h>
+#include <vlq/qt/WindowRenderer.h>
 
 namespace vlq::toolkit::qt::testing {
 namespace {

@@ -8,8 +8,8 @@
 #include <functional>
 #include <memory>
 
-#include "toolkit/DrawingContext.h"
-#include "toolkit/UIView.h"
+#include <vlq/toolkit/DrawingContext.h>
+#include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit::qt::testing {
 

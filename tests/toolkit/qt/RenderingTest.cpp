@@ -1,8 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <vlq/qt/WindowRenderer.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "QtTestSupport.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/WindowRenderer.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

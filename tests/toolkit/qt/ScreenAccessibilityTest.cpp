@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
+#include <vlq/qt/ScreenWindow.h>
+#include <vlq/toolkit/KeyboardNavigation.h>
+#include <vlq/toolkit/UIAccessibility.h>
+#include <vlq/toolkit/UIButton.h>
+#include <vlq/toolkit/UILabel.h>
+#include <vlq/toolkit/UIWindow.h>
+
 #include "QtTestSupport.h"
-#include "toolkit/KeyboardNavigation.h"
-#include "toolkit/UIAccessibility.h"
-#include "toolkit/UIButton.h"
-#include "toolkit/UILabel.h"
-#include "toolkit/UIWindow.h"
-#include "toolkit/qt/ScreenWindow.h"
+#include "toolkit/qt/ScreenAccessibility.h"
 
 namespace vlq::toolkit::qt::testing {
 namespace {

@@ -3,10 +3,11 @@
 #include <QFontInfo>
 #include <QTemporaryDir>
 
+#include <vlq/toolkit/TextMeasurer.h>
+#include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UIImage.h>
+
 #include "QtTestSupport.h"
-#include "toolkit/TextMeasurer.h"
-#include "toolkit/UIFont.h"
-#include "toolkit/UIImage.h"
 #include "toolkit/qt/QtFonts.h"
 #include "toolkit/qt/QtImageDecoder.h"
 #include "toolkit/qt/TextLayout.h"

@@ -1,0 +1,34 @@
+#pragma once
+
+// The device's screen: a portrait phone of 390 x 844 points, drawn at 3 pixels per point, whose
+// top 47 points (the sensor housing) and bottom 34 points (the home indicator) lie outside the
+// safe area. A program may describe another device before it creates its windows.
+
+#include <vlq/Export.h>
+#include <vlq/toolkit/Geometry.h>
+
+namespace vlq::toolkit {
+
+class VLQ_API UIScreen {
+ public:
+  static UIScreen& mainScreen();
+
+  CGRect bounds() const { return bounds_; }
+  double scale() const { return scale_; }
+  UIEdgeInsets safeAreaInsets() const { return safeAreaInsets_; }
+  // The on-screen keyboard's size; it rises from the bottom edge.
+  CGSize keyboardSize() const { return keyboardSize_; }
+
+  void setBounds(CGRect bounds) { bounds_ = bounds; }
+  void setScale(double scale) { scale_ = scale; }
+  void setSafeAreaInsets(UIEdgeInsets insets) { safeAreaInsets_ = insets; }
+  void setKeyboardSize(CGSize size) { keyboardSize_ = size; }
+
+ private:
+  CGRect bounds_{{0, 0}, {390, 844}};
+  double scale_ = 3;
+  UIEdgeInsets safeAreaInsets_{47, 0, 34, 0};
+  CGSize keyboardSize_{390, 336};
+};
+
+}  // namespace vlq::toolkit
