@@ -122,7 +122,7 @@ void storeBodies(const std::filesystem::path& path, int responses) {
 // Six of the plug-in's events per response, in batches of a thousand, as hosts upload them.
 void storeEvents(const std::filesystem::path& path, int responses) {
   std::string error;
-  auto store = SqliteResultsStore::open(resultsDatabasePath(path.string()), error);
+  auto store = openSqliteResultsStore(resultsDatabasePath(path.string()), error);
   if (!store) throw std::runtime_error(error);
   EventBatch batch;
   const auto flush = [&] {

@@ -132,7 +132,9 @@ options:
   --db FILE         SQLite file of the responses (default vlq-responses.sqlite in the working
                     directory, created readable by its owner only; the events and the results'
                     tables go beside it, in vlq-responses.results.sqlite); :memory: keeps them
-                    in memory, gone when the collector stops
+                    in memory, gone when the collector stops; postgresql://USER@HOST:PORT/DB
+                    (any libpq URL) keeps everything in that PostgreSQL database, which several
+                    collectors may share
   --app-keys FILE   JSON object of app id to key: a post needs "Authorization: Bearer KEY"
                     with its appId's key
   --read-token FILE a file holding the token (16 characters or more) that every read needs as

@@ -91,7 +91,8 @@ class ResponseStore {
   std::function<void(const StoredResponse&)> storedListener_;
 };
 
-// Opens the store that `location` names: an SQLite file path, or ":memory:". Returns null and
+// Opens the store that `location` names: a PostgreSQL URL ("postgresql://..."), an SQLite file
+// path, or ":memory:". Returns null and
 // fills `error` when it cannot be opened or is not a usable database.
 std::unique_ptr<ResponseStore> openResponseStore(const std::string& location, std::string& error);
 

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "collector/PgConnection.h"
+#include "collector/PgResultsStore.h"
 #include "collector/ResponseFacts.h"
 #include "collector/ResultsCsv.h"
 #include "collector/SqliteResultsStore.h"
@@ -43,7 +45,9 @@ std::string resultsDatabasePath(const std::string& database) {
 std::unique_ptr<ResultsService> ResultsService::open(
     const std::string& database, const std::optional<std::string>& configDocument,
     ResponseSource source, std::string& error) {
-  auto store = SqliteResultsStore::open(resultsDatabasePath(database), error);
+  auto store = isPostgresLocation(database)
+                   ? openPgResultsStore(database, error)
+                   : openSqliteResultsStore(resultsDatabasePath(database), error);
   if (!store) return nullptr;
   return std::unique_ptr<ResultsService>(new ResultsService(
       std::move(store), SurveyCatalog::fromDocument(configDocument), std::move(source)));

@@ -90,8 +90,9 @@ struct CollectorOptions {
   // 0 picks a free port; `CollectorServer::port` tells which.
   int port = 0;
   // Where responses are kept: an SQLite file (created 0600 when missing; the events and the
-  // results' tables go to a file beside it, see resultsDatabasePath), or ":memory:" for a store
-  // that lives as long as the collector.
+  // results' tables go to a file beside it), ":memory:" for a store that lives as long as the
+  // collector, or a PostgreSQL URL ("postgresql://user@host:port/database", libpq's form), which
+  // holds the events and the results' tables too and which several collectors may share.
   std::string database = ":memory:";
   // The status answered to every valid post (100 to 599).
   int status = 200;

@@ -33,7 +33,7 @@ std::unique_ptr<CollectorServer> start(CollectorOptions options = {}) {
 }
 
 TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARestart) {
-  const test::TestDatabase database;
+  const test::TestDatabase database(test::TestDatabase::Kind::sqliteFile);
   const std::filesystem::path& path = database.path();
   // A file written when keys were unique across apps, holding one body of app "a" under key-0.
   sqlite3* old = nullptr;

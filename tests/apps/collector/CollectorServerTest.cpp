@@ -166,7 +166,7 @@ TEST(CollectorServer, ServesTheConfigurationDocumentByteForByte) {
 }
 
 TEST(CollectorServer, KeepsResponsesInADatabaseFileAcrossRestarts) {
-  test::TestDatabase database;
+  test::TestDatabase database(test::TestDatabase::Kind::sqliteFile);
   CollectorOptions options;
   options.database = database.location();
   std::int64_t firstId = 0;

@@ -1,6 +1,5 @@
 #include "ResultsFixture.h"
 
-#include <sqlite3.h>
 #include <unistd.h>
 
 #include "collector/ResultsService.h"
@@ -21,22 +20,7 @@ ResultsFixture::~ResultsFixture() {
 
 void ResultsFixture::storeReceived(const std::string& appId, const std::string& receivedAt,
                                    const Json& body) {
-  sqlite3* db = nullptr;
-  ASSERT_EQ(sqlite3_open(database.path().c_str(), &db), SQLITE_OK);
-  sqlite3_busy_timeout(db, 5000);
-  sqlite3_stmt* insert = nullptr;
-  ASSERT_EQ(sqlite3_prepare_v2(db,
-                               "INSERT INTO survey_responses (app_id, received_at, url, status,"
-                               " body) VALUES (?1, ?2, '/v2/api/survey-response', 200, ?3)",
-                               -1, &insert, nullptr),
-            SQLITE_OK);
-  const std::string text = body.dump();
-  sqlite3_bind_text(insert, 1, appId.c_str(), -1, SQLITE_TRANSIENT);
-  sqlite3_bind_text(insert, 2, receivedAt.c_str(), -1, SQLITE_TRANSIENT);
-  sqlite3_bind_text(insert, 3, text.c_str(), -1, SQLITE_TRANSIENT);
-  EXPECT_EQ(sqlite3_step(insert), SQLITE_DONE);
-  sqlite3_finalize(insert);
-  sqlite3_close(db);
+  database.insertResponse(appId, receivedAt, body.dump());
 }
 
 CollectorServer& ResultsFixture::start(const std::string& document) {

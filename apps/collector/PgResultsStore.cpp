@@ -1,0 +1,46 @@
+#include "collector/PgResultsStore.h"
+
+#include "collector/PgConnection.h"
+#include "collector/PgSchema.h"
+#include "collector/SqlResultsStore.h"
+
+namespace vlq::collector {
+namespace {
+
+class PgBackend {
+ public:
+  using Handle = PgConnection*;
+  using Query = PgQuery;
+  // Several collectors insert responses at once, each committing when its post is done, so ids
+  // are not kept in order, and ids taken by a refused insert are never used. The responses read
+  // are therefore those up to the first one that has no facts yet, found by looking.
+  static constexpr const char* kLastResponseReadSql =
+      "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE NOT EXISTS"
+      " (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
+      " (SELECT MAX(id) FROM survey_responses), 0)";
+
+  explicit PgBackend(std::unique_ptr<PgConnection> connection)
+      : connection_(std::move(connection)) {}
+
+  PgConnection* handle() const { return connection_.get(); }
+  std::int64_t changes() const { return connection_->changes(); }
+  template <typename Work>
+  bool transaction(std::string& error, Work&& work) {
+    return inPgTransaction(connection_.get(), error, std::forward<Work>(work));
+  }
+
+ private:
+  std::unique_ptr<PgConnection> connection_;
+};
+
+}  // namespace
+
+std::unique_ptr<ResultsStore> openPgResultsStore(const std::string& url, std::string& error) {
+  auto connection = PgConnection::open(url, error);
+  if (!connection || !createPgTables(connection.get(), sql_results::kResultsSchema, error)) {
+    return nullptr;
+  }
+  return std::make_unique<SqlResultsStore<PgBackend>>(PgBackend(std::move(connection)));
+}
+
+}  // namespace vlq::collector
