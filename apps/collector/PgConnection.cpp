@@ -16,7 +16,7 @@ std::string messageOf(const pg_conn* connection) {
   return message;
 }
 
-// Throws unless `result` is a success; clears it first.
+// Throws unless `result` is a success; clears it first when it is not.
 void check(pg_result* result, const PgConnection* connection) {
   const ExecStatusType status = PQresultStatus(result);
   if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK) return;
@@ -57,6 +57,16 @@ bool PgConnection::healthy() const {
 
 std::string PgConnection::lastError() const {
   return messageOf(connection_);
+}
+
+const std::string& PgConnection::prepared(const std::string& sql) {
+  const auto found = prepared_.find(sql);
+  if (found != prepared_.end()) return found->second;
+  const std::string name = "vlq_" + std::to_string(prepared_.size() + 1);
+  pg_result* result = PQprepare(connection_, name.c_str(), sql.c_str(), 0, nullptr);
+  check(result, this);
+  PQclear(result);
+  return prepared_.emplace(sql, name).first->second;
 }
 
 void executePg(PgConnection* connection, const char* sql) {
@@ -111,9 +121,10 @@ void PgQuery::execute() {
   for (const auto& parameter : parameters_)
     values.push_back(parameter ? parameter->c_str() : nullptr);
   // Text values of unknown type: the server reads each as its column's or operand's type.
+  const std::string& statement = connection_->prepared(sql_);
   pg_result* result =
-      PQexecParams(connection_->get(), sql_.c_str(), static_cast<int>(values.size()), nullptr,
-                   values.data(), nullptr, nullptr, 0);
+      PQexecPrepared(connection_->get(), statement.c_str(), static_cast<int>(values.size()),
+                     values.data(), nullptr, nullptr, 0);
   check(result, connection_);
   connection_->setChanges(std::atoll(PQcmdTuples(result)));
   result_ = result;

@@ -6,6 +6,7 @@
 // message, so that one try block covers a whole transaction.
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,12 +36,16 @@ class PgConnection {
   bool healthy() const;
   // The server's last message, without its trailing newline.
   std::string lastError() const;
+  // The name of the statement prepared on this connection for `sql`, prepared on first use, so
+  // that a statement run again is parsed and planned once. Throws when the server refuses it.
+  const std::string& prepared(const std::string& sql);
 
  private:
   explicit PgConnection(pg_conn* connection) : connection_(connection) {}
 
   pg_conn* connection_;
   std::int64_t changes_ = 0;
+  std::map<std::string, std::string> prepared_;  // SQL text to statement name
 };
 
 class PgQuery {

@@ -24,6 +24,25 @@ class PgBackend {
 
   PgConnection* handle() const { return connection_.get(); }
   std::int64_t changes() const { return connection_->changes(); }
+  // A lock of the session, held while this process reads responses into the results, so that
+  // collectors sharing the database do not all do the same work at once.
+  bool beginCatchUp(bool wait) {
+    try {
+      PgQuery lock(connection_.get(), wait ? "SELECT pg_advisory_lock(1986815844), true"
+                                           : "SELECT true, pg_try_advisory_lock(1986815844)");
+      return lock.step() && lock.text(1) == "t";
+    } catch (const std::exception&) {
+      // Without the lock the work is done all the same; the writes are safe to repeat.
+      return wait;
+    }
+  }
+  void endCatchUp() {
+    try {
+      executePg(connection_.get(), "SELECT pg_advisory_unlock(1986815844)");
+    } catch (const std::exception&) {
+      // A broken connection has lost its locks with it.
+    }
+  }
   template <typename Work>
   bool transaction(std::string& error, Work&& work) {
     return inPgTransaction(connection_.get(), error, std::forward<Work>(work));

@@ -1,5 +1,6 @@
 #include "collector/ResultsService.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <iostream>
@@ -86,7 +87,7 @@ void ResultsService::keepQueuedFacts() {
     if (stopping_) return;
     lock.unlock();
     try {
-      catchUp();
+      catchUp(true);
     } catch (const std::exception& e) {
       std::cerr << "vlq-survey-collector: " << e.what() << '\n';
     }
@@ -107,13 +108,22 @@ void ResultsService::responseStored(const StoredResponse& response) {
   if (queued == 1 || queued == kWriteAtOnce) queueChanged_.notify_all();
 }
 
-void ResultsService::catchUp() {
+void ResultsService::catchUp(bool background) {
   std::lock_guard catchingUp(catchUpMutex_);
   std::vector<ResponseFacts> queued;
   {
     std::lock_guard lock(queueMutex_);
     queued.swap(queued_);
   }
+  if (!store_->beginCatchUp(!background)) return;
+  struct Turn {
+    ResultsStore& store;
+    ~Turn() { store.endCatchUp(); }
+  } turn{*store_};
+  // Where several threads store at once, they may announce in another order than their ids'.
+  std::sort(queued.begin(), queued.end(), [](const ResponseFacts& a, const ResponseFacts& b) {
+    return a.responseId < b.responseId;
+  });
   std::int64_t last = store_->lastResponseRead();
   std::size_t next = 0;
   while (true) {

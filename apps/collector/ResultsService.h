@@ -55,8 +55,9 @@ class ResultsService {
   // The collector stored `response` (call in storage order); its facts are kept soon after.
   void responseStored(const StoredResponse& response);
   // Keeps the facts of every response stored so far. Throws std::runtime_error when the results
-  // store refuses them.
-  void catchUp();
+  // store refuses them. When `background`, gives up at once while another process sharing the
+  // store is catching up (it will find these responses too).
+  void catchUp(bool background = false);
 
   const SurveyCatalog& catalog() const { return catalog_; }
   ResultsStore& store() { return *store_; }

@@ -88,6 +88,12 @@ class ResultsStore {
   // are left as they are. False, with `error` filled, when the database refuses the write.
   virtual bool addResponseFacts(const std::vector<ResponseFacts>& facts, std::string& error) = 0;
 
+  // Where several processes share the store, one catches up at a time: beginCatchUp waits for
+  // the turn (or, when not `wait`, returns false at once when another process has it), and
+  // endCatchUp gives it back. A store of one process needs neither.
+  virtual bool beginCatchUp(bool /*wait*/) { return true; }
+  virtual void endCatchUp() {}
+
   virtual SurveyTallies tallies(const std::string& appId, const std::string& surveyId,
                                 const DayRange& days) = 0;
   // Each response of the survey in the range, in the order received, with its answers.

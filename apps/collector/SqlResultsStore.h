@@ -12,7 +12,8 @@
 //                                shape);
 //   handle(), changes()          the connection, and the rows the last statement changed;
 //   transaction(error, work)     runs `work` in one transaction, false with `error` when it fails;
-//   kLastResponseReadSql         a query whose one value is ResultsStore::lastResponseRead().
+//   kLastResponseReadSql         a query whose one value is ResultsStore::lastResponseRead();
+//   beginCatchUp(wait), endCatchUp()   ResultsStore's.
 
 #include <algorithm>
 #include <map>
@@ -176,6 +177,14 @@ class SqlResultsStore final : public ResultsStore {
                                            std::string& error) override;
   std::int64_t lastResponseRead() override;
   bool addResponseFacts(const std::vector<ResponseFacts>& facts, std::string& error) override;
+  bool beginCatchUp(bool wait) override {
+    std::lock_guard lock(mutex_);
+    return backend_.beginCatchUp(wait);
+  }
+  void endCatchUp() override {
+    std::lock_guard lock(mutex_);
+    backend_.endCatchUp();
+  }
   SurveyTallies tallies(const std::string& appId, const std::string& surveyId,
                         const DayRange& days) override;
   void forEachResponse(const std::string& appId, const std::string& surveyId, const DayRange& days,

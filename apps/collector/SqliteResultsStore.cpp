@@ -26,6 +26,9 @@ class SqliteBackend {
 
   sqlite3* handle() const { return db_; }
   std::int64_t changes() const { return sqlite3_changes(db_); }
+  // One process writes the results' file at a time anyway.
+  bool beginCatchUp(bool) { return true; }
+  void endCatchUp() {}
   template <typename Work>
   bool transaction(std::string& error, Work&& work) {
     return inSqliteTransaction(db_, error, std::forward<Work>(work));
