@@ -1,5 +1,9 @@
 #include "collector/PgResultsStore.h"
 
+#include <chrono>
+#include <deque>
+#include <utility>
+
 #include "collector/PgConnection.h"
 #include "collector/PgSchema.h"
 #include "collector/SqlResultsStore.h"
@@ -12,12 +16,24 @@ class PgBackend {
   using Handle = PgConnection*;
   using Query = PgQuery;
   // Several collectors insert responses at once, each committing when its post is done, so ids
-  // are not kept in order, and ids taken by a refused insert are never used. The responses read
-  // are therefore those up to the first one that has no facts yet, found by looking.
-  static constexpr const char* kLastResponseReadSql =
-      "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE NOT EXISTS"
-      " (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
-      " (SELECT MAX(id) FROM survey_responses), 0)";
+  // are not committed in order, and ids taken by a refused insert are never used. The responses
+  // read are therefore those up to the first one that has no facts yet, found by looking: from
+  // what was found kSettle ago, since an insert is one statement and is committed or gone by then.
+  std::int64_t lastResponseRead() {
+    const auto now = std::chrono::steady_clock::now();
+    while (found_.size() > 1 && now - found_[1].first >= kSettle)
+      found_.pop_front();
+    const std::int64_t floor =
+        !found_.empty() && now - found_.front().first >= kSettle ? found_.front().second : 0;
+    PgQuery last(connection_.get(),
+                 "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
+                 " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
+                 " (SELECT MAX(id) FROM survey_responses), 0)");
+    last.bind("$1", floor);
+    const std::int64_t read = last.step() ? last.integer(0) : 0;
+    found_.emplace_back(now, read);
+    return read;
+  }
 
   explicit PgBackend(std::unique_ptr<PgConnection> connection)
       : connection_(std::move(connection)) {}
@@ -49,7 +65,11 @@ class PgBackend {
   }
 
  private:
+  static constexpr auto kSettle = std::chrono::seconds(60);
+
   std::unique_ptr<PgConnection> connection_;
+  // What lastResponseRead found, and when, oldest first.
+  std::deque<std::pair<std::chrono::steady_clock::time_point, std::int64_t>> found_;
 };
 
 }  // namespace

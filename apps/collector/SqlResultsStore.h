@@ -12,7 +12,7 @@
 //                                shape);
 //   handle(), changes()          the connection, and the rows the last statement changed;
 //   transaction(error, work)     runs `work` in one transaction, false with `error` when it fails;
-//   kLastResponseReadSql         a query whose one value is ResultsStore::lastResponseRead();
+//   lastResponseRead()           ResultsStore's, from the database;
 //   beginCatchUp(wait), endCatchUp()   ResultsStore's.
 
 #include <algorithm>
@@ -264,8 +264,7 @@ std::optional<ResultsStore::BatchAnswer> SqlResultsStore<Backend>::addEventBatch
 template <typename Backend>
 std::int64_t SqlResultsStore<Backend>::lastResponseRead() {
   std::lock_guard lock(mutex_);
-  Query last(backend_.handle(), Backend::kLastResponseReadSql);
-  return last.step() ? last.optionalInteger(0).value_or(0) : 0;
+  return backend_.lastResponseRead();
 }
 
 template <typename Backend>

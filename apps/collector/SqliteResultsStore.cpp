@@ -14,10 +14,6 @@ class SqliteBackend {
  public:
   using Handle = sqlite3*;
   using Query = SqliteQuery;
-  // The results live in a file of their own, so the responses read are those kept up to the
-  // highest id: ids come in order from one writer at a time.
-  static constexpr const char* kLastResponseReadSql =
-      "SELECT MAX(response_id) FROM result_responses";
 
   explicit SqliteBackend(sqlite3* db) : db_(db) {}
   SqliteBackend(SqliteBackend&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
@@ -26,6 +22,12 @@ class SqliteBackend {
 
   sqlite3* handle() const { return db_; }
   std::int64_t changes() const { return sqlite3_changes(db_); }
+  // Ids come in order from one writer at a time, so the responses read are those up to the
+  // highest id kept.
+  std::int64_t lastResponseRead() {
+    SqliteQuery last(db_, "SELECT MAX(response_id) FROM result_responses");
+    return last.step() ? last.optionalInteger(0).value_or(0) : 0;
+  }
   // One process writes the results' file at a time anyway.
   bool beginCatchUp(bool) { return true; }
   void endCatchUp() {}
