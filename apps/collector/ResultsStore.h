@@ -3,7 +3,8 @@
 // Where the collector keeps what survey results are computed from: the analytics events that
 // hosts upload, and the facts of each stored response (ResultsRecords.h). A results store is read
 // through these few operations only, so that any database can hold the records and give the same
-// figures; SqliteResultsStore is the embedded one. Every operation may be called from any thread.
+// figures; SqlResultsStore.h holds the one implementation, on SQLite or on PostgreSQL. Every
+// operation may be called from any thread.
 // A read that the database refuses throws std::runtime_error.
 
 #include <cstdint>

@@ -80,6 +80,22 @@ TEST(SharedDatabase, CollectorsOnOneDatabaseStoreEachKeyOnceAndReadTheSameResult
   }
   EXPECT_EQ(static_cast<int>(keys.size()), keyed);
 
+  // The same batch of events, retried through every collector at once, counts once.
+  const std::string batch =
+      R"({"events": [{"name": "vlq_survey_launched", "info": {"survey_id": "s-1"},)"
+      R"( "time": 1714521600000, "device_id": "d", "session_id": "s"}]})";
+  std::vector<std::thread> uploads;
+  for (const auto& collector : collectors) {
+    uploads.emplace_back([&batch, url = collector->baseUrl()] {
+      httplib::Client client(url);
+      const auto answer = client.Post("/v2/api/events?appId=a", {{"Idempotency-Key", "batch-1"}},
+                                      batch, "application/json");
+      EXPECT_TRUE(answer && answer->status == 200);
+    });
+  }
+  for (std::thread& upload : uploads)
+    upload.join();
+
   for (const auto& collector : collectors) {
     httplib::Client client(collector->baseUrl());
     const auto answer = client.Get("/v2/api/results?appId=a&survey=s-1");
@@ -87,6 +103,7 @@ TEST(SharedDatabase, CollectorsOnOneDatabaseStoreEachKeyOnceAndReadTheSameResult
     ASSERT_EQ(answer->status, 200) << answer->body;
     const Json results = Json::parse(answer->body);
     EXPECT_EQ(results["responses"], expected);
+    EXPECT_EQ(results["funnel"]["launched"], 1);
     const Json& counts = results["questions"][0]["rating"]["counts"];
     int rated = 0;
     for (const Json& count : counts)
