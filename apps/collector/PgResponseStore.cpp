@@ -22,21 +22,8 @@ constexpr const char* kSchema =
     "CREATE INDEX IF NOT EXISTS survey_responses_app_id ON survey_responses (app_id, id);"
     "CREATE UNIQUE INDEX IF NOT EXISTS survey_responses_app_key"
     " ON survey_responses (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL;";
-constexpr const char* kColumns = "id, app_id, received_at, url, status, body, idempotency_key";
 // More idle connections than this are closed rather than kept.
 constexpr std::size_t kMaxIdleConnections = 32;
-
-StoredResponse recordAt(const PgQuery& row) {
-  StoredResponse stored;
-  stored.id = row.integer(0);
-  stored.appId = row.text(1);
-  stored.receivedAt = row.text(2);
-  stored.url = row.text(3);
-  stored.status = static_cast<int>(row.integer(4));
-  stored.body = parseJsonDocument(row.text(5)).value_or(nullptr);
-  stored.idempotencyKey = row.optionalText(6).value_or("");
-  return stored;
-}
 
 }  // namespace
 
@@ -78,14 +65,7 @@ StoreResult PgResponseStore::store(const IncomingResponse& response) {
     return StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
   }
   if (result.outcome == StoreResult::Outcome::stored) {
-    StoredResponse stored;
-    stored.id = result.id;
-    stored.appId = response.appId;
-    stored.receivedAt = response.receivedAt;
-    stored.url = response.url;
-    stored.status = response.status;
-    stored.idempotencyKey = response.idempotencyKey;
-    stored.body = parseJsonDocument(response.bodyText).value_or(nullptr);
+    const StoredResponse stored = storedRecordOf(response, result.id);
     std::lock_guard lock(announceMutex_);
     announceStored(stored);
   }
@@ -131,7 +111,7 @@ std::vector<StoredResponse> PgResponseStore::select(const char* sql,
     for (std::size_t at = 0; at < values.size(); ++at)
       query.bind(("$" + std::to_string(at + 1)).c_str(), values[at]);
     while (query.step())
-      result.push_back(recordAt(query));
+      result.push_back(storedRecordAt(query));
   } catch (const std::exception&) {
     // A read the database refuses reads as empty, like one of SQLite's.
   }
@@ -166,13 +146,13 @@ ResponsePage PgResponseStore::page(const std::string& appId, std::int64_t after,
 }
 
 std::vector<StoredResponse> PgResponseStore::all(const std::optional<std::string>& appId) const {
-  const std::string columns = std::string("SELECT ") + kColumns + " FROM survey_responses";
+  const std::string columns = std::string("SELECT ") + kStoredColumns + " FROM survey_responses";
   if (appId) return select((columns + " WHERE app_id = $1 ORDER BY id").c_str(), {*appId});
   return select((columns + " ORDER BY id").c_str(), {});
 }
 
 std::vector<StoredResponse> PgResponseStore::after(std::int64_t after, std::size_t limit) const {
-  const std::string sql = std::string("SELECT ") + kColumns +
+  const std::string sql = std::string("SELECT ") + kStoredColumns +
                           " FROM survey_responses WHERE id > $1 ORDER BY id LIMIT $2";
   return select(sql.c_str(), {std::to_string(after), std::to_string(limit)});
 }

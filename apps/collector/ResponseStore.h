@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <vlq/collector/StoredResponse.h>
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 
@@ -90,6 +91,26 @@ class ResponseStore {
  private:
   std::function<void(const StoredResponse&)> storedListener_;
 };
+
+// The record of `response`, stored under `id`.
+StoredResponse storedRecordOf(const IncomingResponse& response, std::int64_t id);
+
+// The record in the current row of `row` (a statement of either database), whose columns are
+// those of kStoredColumns in that order.
+inline constexpr const char* kStoredColumns =
+    "id, app_id, received_at, url, status, body, idempotency_key";
+template <typename Row>
+StoredResponse storedRecordAt(const Row& row) {
+  StoredResponse stored;
+  stored.id = row.integer(0);
+  stored.appId = row.text(1);
+  stored.receivedAt = row.text(2);
+  stored.url = row.text(3);
+  stored.status = static_cast<int>(row.integer(4));
+  stored.body = parseJsonDocument(row.text(5)).value_or(nullptr);
+  stored.idempotencyKey = row.text(6);  // empty for NULL
+  return stored;
+}
 
 // Opens the store that `location` names: a PostgreSQL URL ("postgresql://..."), an SQLite file
 // path, or ":memory:". Returns null and
