@@ -90,7 +90,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
 
   collector::CollectorOptions collectorOptions;
   collectorOptions.status = options_.status;
-  collectorOptions.database = options_.database;
+  if (!options_.database.empty()) collectorOptions.database = options_.database;
   std::string error;
   collector_ = collector::CollectorServer::start(collectorOptions, &error);
   if (!collector_) {
