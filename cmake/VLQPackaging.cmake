@@ -67,7 +67,7 @@ string(CONCAT CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "The headers under <vlq/...>, the libraries, the CMake package\n"
   "(find_package(VLQSurveyPlugin 1.0 CONFIG REQUIRED)) and pkg-config files.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, libssl-dev, qt6-base-dev, pkgconf | pkg-config")
+    "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, libpq-dev, libssl-dev, qt6-base-dev, pkgconf | pkg-config")
 set(runtime_package "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 if(BUILD_SHARED_LIBS)
   string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${runtime_package}")

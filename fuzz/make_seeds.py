@@ -161,14 +161,29 @@ def main():
         seeds[("script", name)] = script.encode()
     for index, body in enumerate(posted_bodies()):
         seeds[("submission-body", f"posted-{index}")] = submission_seed(body)
-        # Status 200, POST, the response path with an app id, no headers, the body.
-        seeds[("collector", f"posted-{index}")] = (
-            bytes([20, 1, 0]) + text("e2e-app") + bytes([0]) + json.dumps(body).encode())
+        # Status 200, POST, a response for app "a" sent with its key as JSON, then the body.
+        seeds[("collector", f"posted-{index}")] = bytes([20, 1, 0, 0, 1]) + json.dumps(body).encode()
         seeds[("collector", f"posted-{index}-with-key")] = (
-            bytes([20, 1, 0]) + text("e2e-app") + bytes([1]) + text("Idempotency-Key")
+            bytes([20, 1, 0, 0, 1 | 1 << 4]) + text("Idempotency-Key")
             + text(f"key-{index % 3}") + text("") + json.dumps(body).encode())
-    seeds[("collector", "list")] = bytes([20, 0, 1]) + text("appId=e2e-app") + bytes([0])
+    events = {"events": [
+        {"name": name, "info": {"survey_id": "s1"}, "time": 1714521600000 + n,
+         "device_id": "d", "session_id": "s"}
+        for n, name in enumerate(["vlq_survey_dialog_launched", "vlq_surevy_dialog_yes_clicked",
+                                  "vlq_survey_launched", "vlq_survey_completed"])]}
+    seeds[("collector", "events")] = bytes([20, 1, 3, 0, 1]) + json.dumps(events).encode()
+    seeds[("collector", "events-with-key")] = (
+        bytes([20, 1, 3, 1, 1 | 1 << 4]) + text("Idempotency-Key") + text("batch-1") + text("")
+        + json.dumps(events).encode())
+    seeds[("collector", "list")] = bytes([20, 0, 1, 0, 1])
     seeds[("collector", "config")] = bytes([20, 0, 2, 0])
+    # The results of app "a" and survey "s1" as JSON and CSV with the token, the page with a
+    # session, and the sign-in form.
+    seeds[("collector", "results")] = bytes([20, 0, 4, 0, 0, 1])
+    seeds[("collector", "results-csv")] = bytes([20, 0, 5, 0, 0, 1])
+    seeds[("collector", "page")] = bytes([20, 0, 6, 0, 2])
+    seeds[("collector", "sign-in")] = (
+        bytes([20, 1, 8, 1 << 2]) + b"next=%2Fresults%3FappId%3Da&token=fuzz-read-token-0123456789")
     for (target, name), data in seeds.items():
         path = outdir / target / name
         path.parent.mkdir(parents=True, exist_ok=True)

@@ -1,13 +1,37 @@
 #include "collector/AccessPolicy.h"
 
 #include <arpa/inet.h>
+#include <openssl/hmac.h>
 
 #include <algorithm>
 #include <utility>
 
 #include <vlq/collector/CollectorServer.h>
 
+#include "collector/WholeNumber.h"
+
 namespace vlq::collector {
+namespace {
+
+// The MAC of a session that ends at `endSeconds` since 1970, keyed with the read token, in hex.
+std::string sessionMac(const std::string& readToken, const std::string& endSeconds) {
+  const std::string message = "vlq-results-session:" + endSeconds;
+  unsigned char mac[EVP_MAX_MD_SIZE];
+  unsigned int length = 0;
+  HMAC(EVP_sha256(), readToken.data(), static_cast<int>(readToken.size()),
+       reinterpret_cast<const unsigned char*>(message.data()), message.size(), mac, &length);
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::string text;
+  for (unsigned int at = 0; at < length; ++at)
+    text += {kHex[mac[at] >> 4], kHex[mac[at] & 15]};
+  return text;
+}
+
+std::int64_t secondsSince1970(std::chrono::system_clock::time_point time) {
+  return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+}  // namespace
 
 AccessPolicy::AccessPolicy(std::map<std::string, std::string> appKeys,
                            std::optional<std::string> readToken)
@@ -24,8 +48,28 @@ bool AccessPolicy::allowsPost(const std::string& appId, const HeaderFields& fiel
 
 bool AccessPolicy::allowsRead(const HeaderFields& fields) const {
   if (!readToken_) return true;
-  const auto token = bearerToken(fields);
-  return token && sameSecret(*token, *readToken_);
+  if (const auto token = bearerToken(fields)) return sameSecret(*token, *readToken_);
+  const auto session = cookieValue(fields, kSessionCookie);
+  return session && isLiveSession(*session, std::chrono::system_clock::now());
+}
+
+bool AccessPolicy::isReadToken(std::string_view given) const {
+  return !readToken_ || sameSecret(given, *readToken_);
+}
+
+std::string AccessPolicy::sessionCookieValue(std::chrono::system_clock::time_point now) const {
+  const std::string end = std::to_string(secondsSince1970(now + kSessionLifetime));
+  return end + "." + sessionMac(readToken_.value_or(""), end);
+}
+
+bool AccessPolicy::isLiveSession(std::string_view value,
+                                 std::chrono::system_clock::time_point now) const {
+  const std::size_t dot = value.find('.');
+  if (dot == std::string_view::npos) return false;
+  const std::string end(value.substr(0, dot));
+  const auto endSeconds = parseWholeNumber<std::int64_t>(end, 0, INT64_MAX);
+  return endSeconds && *endSeconds > secondsSince1970(now) &&
+         sameSecret(value.substr(dot + 1), sessionMac(readToken_.value_or(""), end));
 }
 
 bool isLoopbackAddress(std::string_view address) {

@@ -12,6 +12,9 @@
 #include "collector/HttpService.h"
 #include "collector/JsonObjectBody.h"
 #include "collector/ResponseStore.h"
+#include "collector/ResultsPage.h"
+#include "collector/ResultsRoutes.h"
+#include "collector/ResultsService.h"
 #include "collector/Router.h"
 #include "collector/UtcTimestamp.h"
 #include "collector/WholeNumber.h"
@@ -22,9 +25,6 @@ namespace {
 constexpr const char* kPostPath = "/v2/api/survey-response";
 constexpr const char* kListPath = "/v2/api/survey-responses";
 constexpr const char* kConfigPath = "/v2/api/surveys";
-constexpr const char* kIdempotencyHeader = "Idempotency-Key";
-// Keys are made by clients (a UUID is 36 characters); a longer one is refused, not stored.
-constexpr std::size_t kMaxIdempotencyKeyBytes = 255;
 // A page of the listing: this many bodies unless the client asks for fewer or more, at most
 // kMaxPageLimit, and no more than about kMaxPageBytes of them.
 constexpr std::size_t kDefaultPageLimit = 100;
@@ -35,29 +35,39 @@ bool isValidStatus(int status) {
   return status >= 100 && status <= 599;
 }
 
-CollectorAnswer jsonAnswer(int status, const Json& body) {
-  CollectorAnswer answer;
-  answer.status = status;
-  answer.body = body.dump(-1, ' ', false, Json::error_handler_t::replace);
-  return answer;
-}
-
 }  // namespace
 
 struct CollectorServer::Impl {
   explicit Impl(CollectorOptions givenOptions)
       : options(std::move(givenOptions)),
         router(AccessPolicy(options.appKeys, options.readToken), options.limits.maxBodyBytes) {
-    router.addPost(kPostPath, [this](const RoutedRequest& request) { return receive(request); });
-    router.addRead(kListPath, ReadAccess::token,
-                   [this](const RoutedRequest& request) { return list(request); });
-    router.addRead(kConfigPath, ReadAccess::open,
-                   [this](const RoutedRequest&) { return configuration(); });
+    using Request = const RoutedRequest&;
+    const bool secure = !options.tlsCertificateFile.empty();
+    router.addPost(kPostPath, [this](Request request) { return receive(request); });
+    router.addRead(kListPath, ReadAccess::token, [this](Request request) { return list(request); });
+    router.addRead(kConfigPath, ReadAccess::open, [this](Request) { return configuration(); });
+    router.addPost(kEventsPath,
+                   [this](Request request) { return receiveEvents(*results, request); });
+    router.addRead(kResultsPath, ReadAccess::token,
+                   [this](Request request) { return resultsJson(*results, request); });
+    router.addRead(kResultsCsvPath, ReadAccess::token,
+                   [this](Request request) { return resultsCsv(*results, request); });
+    router.addRead(
+        kResultsPagePath, ReadAccess::token,
+        [this](Request request) { return resultsPage(*results, router.access(), request); },
+        signInPage);
+    router.addRead(kResultsStylePath, ReadAccess::open, [](Request) { return resultsStyle(); });
+    router.addForm(kSignInPath, [this, secure](Request request) {
+      return signIn(router.access(), secure, request);
+    });
+    router.addForm(kSignOutPath, [secure](Request) { return signOut(secure); });
   }
 
   // Set before the server threads start, read-only afterwards.
   const CollectorOptions options;
   std::unique_ptr<ResponseStore> store;
+  // The events, the facts of the responses and the results; after the store, which it reads.
+  std::unique_ptr<ResultsService> results;
   Router router;
 
   std::atomic<int> status{200};
@@ -83,6 +93,7 @@ bool CollectorServer::Impl::takeFailure() {
 }
 
 void CollectorServer::Impl::observe(const StoredResponse& stored) {
+  results->responseStored(stored);
   std::lock_guard lock(observerMutex);
   if (!observer) return;
   try {
@@ -97,12 +108,9 @@ void CollectorServer::Impl::observe(const StoredResponse& stored) {
 CollectorAnswer CollectorServer::Impl::receive(const RoutedRequest& routed) {
   if (takeFailure()) return errorAnswer(500, "the collector fails this post on purpose");
   const CollectorRequest& request = routed.request;
-  const auto keys = fieldValues(request.headers, kIdempotencyHeader);
-  if (keys.size() > 1) return errorAnswer(400, "the post has more than one Idempotency-Key");
-  const std::string key = keys.empty() ? std::string() : std::string(keys.front());
-  if (key.size() > kMaxIdempotencyKeyBytes) {
-    return errorAnswer(400, "the Idempotency-Key header is longer than 255 bytes");
-  }
+  std::string problem;
+  const auto key = idempotencyKeyOf(request.headers, problem);
+  if (!key) return errorAnswer(400, problem);
   if (!isJsonObject(request.body)) return errorAnswer(400, "the body is not a JSON object");
 
   IncomingResponse incoming;
@@ -111,7 +119,7 @@ CollectorAnswer CollectorServer::Impl::receive(const RoutedRequest& routed) {
   incoming.url = request.target;
   incoming.status = status.load();
   incoming.bodyText = request.body;
-  incoming.idempotencyKey = key;
+  incoming.idempotencyKey = *key;
   const StoreResult result = store->store(incoming);
   switch (result.outcome) {
     case StoreResult::Outcome::stored:
@@ -191,6 +199,13 @@ std::unique_ptr<CollectorServer> CollectorServer::open(CollectorOptions options,
   std::string storeError;
   impl->store = openResponseStore(impl->options.database, storeError);
   if (!impl->store) return fail(storeError);
+  impl->results = ResultsService::open(
+      impl->options.database, impl->options.configDocument,
+      [store = impl->store.get()](std::int64_t after, std::size_t limit) {
+        return store->after(after, limit);
+      },
+      storeError);
+  if (!impl->results) return fail(storeError);
   impl->store->setStoredListener(
       [impl = impl.get()](const StoredResponse& stored) { impl->observe(stored); });
   return std::unique_ptr<CollectorServer>(new CollectorServer(std::move(impl)));

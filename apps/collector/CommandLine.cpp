@@ -109,7 +109,8 @@ std::optional<CommandLine> parseCommandLine(const std::vector<std::string>& argu
 std::string usage() {
   return R"(usage: vlq-survey-collector [options]
 
-Receives survey responses over HTTP(S) and stores them in SQLite.
+Receives survey responses and analytics events over HTTP(S), stores them in SQLite, and shows
+each survey's results.
 
   POST /v2/api/survey-response?appId=ID   store a JSON object body (Content-Type:
                                           application/json); a repeated Idempotency-Key
@@ -118,14 +119,22 @@ Receives survey responses over HTTP(S) and stores them in SQLite.
        [&limit=N][&after=ID]              time (limit 1 to 1000, default 100); a Link header
                                           leads to the next page
   GET  /v2/api/surveys                    the --config file's bytes (404 without --config)
+  POST /v2/api/events?appId=ID            store a host's batch of analytics events
+  GET  /v2/api/results?appId=ID&survey=ID a survey's results as JSON ([&from=YYYY-MM-DD]
+                                          [&to=YYYY-MM-DD], UTC days, both included)
+  GET  /v2/api/results.csv?appId=ID&survey=ID   its responses as CSV (same filters)
+  GET  /results?appId=ID                  the results page; a browser signs in with the token
 
 options:
   --port N          port to listen on; 0 (the default) picks a free one
   --bind ADDR       IP address to listen on (default 127.0.0.1); any but a loopback address
                     needs --app-keys and --read-token
   --db FILE         SQLite file of the responses (default vlq-responses.sqlite in the working
-                    directory, created readable by its owner only); :memory: keeps them in
-                    memory, gone when the collector stops
+                    directory, created readable by its owner only; the events and the results'
+                    tables go beside it, in vlq-responses.results.sqlite); :memory: keeps them
+                    in memory, gone when the collector stops; postgresql://USER@HOST:PORT/DB
+                    (any libpq URL) keeps everything in that PostgreSQL database, which several
+                    collectors may share
   --app-keys FILE   JSON object of app id to key: a post needs "Authorization: Bearer KEY"
                     with its appId's key
   --read-token FILE a file holding the token (16 characters or more) that every read needs as

@@ -51,6 +51,44 @@ bool isJsonContentType(const HeaderFields& fields) {
   return equalsIgnoringCase(trimmed(value.substr(0, value.find(';'))), "application/json");
 }
 
+bool isFormContentType(const HeaderFields& fields) {
+  const auto values = fieldValues(fields, "Content-Type");
+  if (values.size() != 1) return false;
+  const std::string_view value = values.front();
+  return equalsIgnoringCase(trimmed(value.substr(0, value.find(';'))),
+                            "application/x-www-form-urlencoded");
+}
+
+std::optional<std::string_view> cookieValue(const HeaderFields& fields, std::string_view name) {
+  std::optional<std::string_view> found;
+  for (std::string_view cookies : fieldValues(fields, "Cookie")) {
+    while (!cookies.empty()) {
+      const std::size_t end = cookies.find(';');
+      const std::string_view pair = trimmed(cookies.substr(0, end));
+      cookies = end == std::string_view::npos ? std::string_view() : cookies.substr(end + 1);
+      const std::size_t equals = pair.find('=');
+      if (equals == std::string_view::npos || trimmed(pair.substr(0, equals)) != name) continue;
+      // A cookie sent twice (set for two paths, or planted by a sibling domain) is not trusted.
+      if (found) return std::nullopt;
+      found = trimmed(pair.substr(equals + 1));
+    }
+  }
+  return found;
+}
+
+std::optional<std::string> idempotencyKeyOf(const HeaderFields& fields, std::string& problem) {
+  const auto keys = fieldValues(fields, "Idempotency-Key");
+  if (keys.size() > 1) {
+    problem = "the post has more than one Idempotency-Key";
+    return std::nullopt;
+  }
+  if (!keys.empty() && keys.front().size() > kMaxIdempotencyKeyBytes) {
+    problem = "the Idempotency-Key header is longer than 255 bytes";
+    return std::nullopt;
+  }
+  return keys.empty() ? std::string() : std::string(keys.front());
+}
+
 bool sameSecret(std::string_view given, std::string_view secret) {
   unsigned difference = given.size() == secret.size() ? 0 : 1;
   for (std::size_t at = 0; at < secret.size(); ++at) {

@@ -2,6 +2,7 @@
 
 // Reading a request's header fields: names compare without regard to case, as HTTP has it.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,6 +24,19 @@ std::optional<std::string_view> bearerToken(const HeaderFields& fields);
 
 // True when the Content-Type is application/json, with or without parameters ("; charset=utf-8").
 bool isJsonContentType(const HeaderFields& fields);
+
+// True when the Content-Type is application/x-www-form-urlencoded, as a browser sends a form.
+bool isFormContentType(const HeaderFields& fields);
+
+// The value of the cookie `name` among the Cookie fields; none when it is not sent, or sent twice.
+std::optional<std::string_view> cookieValue(const HeaderFields& fields, std::string_view name);
+
+// Keys are made by clients (a UUID is 36 characters); a longer one is refused, not stored.
+inline constexpr std::size_t kMaxIdempotencyKeyBytes = 255;
+
+// The Idempotency-Key of a post: empty when it has none. None, with `problem` saying why, when the
+// field is given twice or its value is longer than kMaxIdempotencyKeyBytes.
+std::optional<std::string> idempotencyKeyOf(const HeaderFields& fields, std::string& problem);
 
 // True when `given` equals `secret`, in a time that depends only on the secret's length.
 bool sameSecret(std::string_view given, std::string_view secret);

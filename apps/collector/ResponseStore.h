@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <vlq/collector/StoredResponse.h>
+#include <vlq/host/JsonDocument.h>
 
 namespace vlq::collector {
 
@@ -73,6 +74,9 @@ class ResponseStore {
   // parses (the database was edited by hand) reads as null.
   virtual std::vector<StoredResponse> all(const std::optional<std::string>& appId) const = 0;
 
+  // Up to `limit` records of every app with an id above `after`, oldest first.
+  virtual std::vector<StoredResponse> after(std::int64_t after, std::size_t limit) const = 0;
+
   // Called with each newly stored record once it is kept for good, before store() returns for
   // it; one call at a time, in id order. Set it before the store is shared between threads.
   void setStoredListener(std::function<void(const StoredResponse&)> listener) {
@@ -88,7 +92,28 @@ class ResponseStore {
   std::function<void(const StoredResponse&)> storedListener_;
 };
 
-// Opens the store that `location` names: an SQLite file path, or ":memory:". Returns null and
+// The record of `response`, stored under `id`.
+StoredResponse storedRecordOf(const IncomingResponse& response, std::int64_t id);
+
+// The record in the current row of `row` (a statement of either database), whose columns are
+// those of kStoredColumns in that order.
+inline constexpr const char* kStoredColumns =
+    "id, app_id, received_at, url, status, body, idempotency_key";
+template <typename Row>
+StoredResponse storedRecordAt(const Row& row) {
+  StoredResponse stored;
+  stored.id = row.integer(0);
+  stored.appId = row.text(1);
+  stored.receivedAt = row.text(2);
+  stored.url = row.text(3);
+  stored.status = static_cast<int>(row.integer(4));
+  stored.body = parseJsonDocument(row.text(5)).value_or(nullptr);
+  stored.idempotencyKey = row.text(6);  // empty for NULL
+  return stored;
+}
+
+// Opens the store that `location` names: a PostgreSQL URL ("postgresql://..."), an SQLite file
+// path, or ":memory:". Returns null and
 // fills `error` when it cannot be opened or is not a usable database.
 std::unique_ptr<ResponseStore> openResponseStore(const std::string& location, std::string& error);
 

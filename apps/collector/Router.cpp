@@ -8,9 +8,13 @@
 namespace vlq::collector {
 
 CollectorAnswer errorAnswer(int status, const std::string& message) {
+  return jsonAnswer(status, Json{{"error", message}});
+}
+
+CollectorAnswer jsonAnswer(int status, const Json& body) {
   CollectorAnswer answer;
   answer.status = status;
-  answer.body = Json{{"error", message}}.dump(-1, ' ', false, Json::error_handler_t::replace);
+  answer.body = body.dump(-1, ' ', false, Json::error_handler_t::replace);
   return answer;
 }
 
@@ -18,11 +22,16 @@ Router::Router(AccessPolicy access, std::size_t maxBodyBytes)
     : access_(std::move(access)), maxBodyBytes_(maxBodyBytes) {}
 
 void Router::addPost(std::string path, RouteHandler handler) {
-  routes_.push_back({std::move(path), Kind::post, ReadAccess::token, std::move(handler)});
+  routes_.push_back({std::move(path), Kind::post, ReadAccess::token, std::move(handler), {}});
 }
 
-void Router::addRead(std::string path, ReadAccess access, RouteHandler handler) {
-  routes_.push_back({std::move(path), Kind::read, access, std::move(handler)});
+void Router::addRead(std::string path, ReadAccess access, RouteHandler handler,
+                     RouteHandler refused) {
+  routes_.push_back({std::move(path), Kind::read, access, std::move(handler), std::move(refused)});
+}
+
+void Router::addForm(std::string path, RouteHandler handler) {
+  routes_.push_back({std::move(path), Kind::form, ReadAccess::open, std::move(handler), {}});
 }
 
 std::optional<CollectorAnswer> Router::check(const CollectorRequest& request,
@@ -33,12 +42,12 @@ std::optional<CollectorAnswer> Router::check(const CollectorRequest& request,
   std::string allowed;
   for (const Route& route : routes_) {
     if (route.path != target.path) continue;
-    if ((route.kind == Kind::post && posts) || (route.kind == Kind::read && reads)) {
+    if ((route.kind == Kind::read) == reads && (route.kind != Kind::read) == posts) {
       *found = &route;
       break;
     }
     allowed += std::string(allowed.empty() ? "" : ", ") +
-               (route.kind == Kind::post ? "POST" : "GET, HEAD");
+               (route.kind == Kind::read ? "GET, HEAD" : "POST");
   }
   if (!*found) {
     if (allowed.empty()) return errorAnswer(404, "no such resource");
@@ -54,6 +63,9 @@ std::optional<CollectorAnswer> Router::check(const CollectorRequest& request,
                          : route.readAccess == ReadAccess::open
                              ? true
                              : access_.allowsRead(request.headers);
+  if (!permitted && route.refused) {
+    return route.refused(RoutedRequest{request, target, *appId});
+  }
   if (!permitted) {
     CollectorAnswer refused = errorAnswer(
         401, route.kind == Kind::post ? "this post needs its app's key as a Bearer token"
@@ -69,6 +81,14 @@ std::optional<CollectorAnswer> Router::check(const CollectorRequest& request,
     if (request.body.size() > maxBodyBytes_) {
       return errorAnswer(413,
                          "the body is longer than " + std::to_string(maxBodyBytes_) + " bytes");
+    }
+  }
+  if (route.kind == Kind::form) {
+    if (!isFormContentType(request.headers)) {
+      return errorAnswer(415, "a form must be sent as application/x-www-form-urlencoded");
+    }
+    if (request.body.size() > kMaxFormBytes) {
+      return errorAnswer(413, "a form is at most " + std::to_string(kMaxFormBytes) + " bytes");
     }
   }
   return std::nullopt;

@@ -2,10 +2,13 @@
 
 // The collector's routes, and the checks every request passes before a route's handler sees it.
 //
-// Each route is a post or a read, and that decides what it needs:
+// Each route is a post, a read or a form, and that decides what it needs:
 // - a post (POST): the app key of its appId parameter, a JSON content type, a body within the
 //   limit;
-// - a read (GET and HEAD): the read token, unless the route is open to anyone.
+// - a read (GET and HEAD): the read token (or a session cookie made from it), unless the route is
+//   open to anyone;
+// - a form (POST), the way a browser signs in: a form content type and a body of at most
+//   kMaxFormBytes; it carries its own credentials, which its handler checks.
 // So a route added here is guarded by construction. A path with no route is answered 404, a
 // method the path does not take 405 (with Allow), missing or wrong credentials 401, an appId
 // parameter given twice 400, another content type 415, a body past the limit 413.
@@ -16,6 +19,7 @@
 #include <vector>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonValue.h>
 
 #include "collector/AccessPolicy.h"
 #include "collector/RequestTarget.h"
@@ -34,15 +38,26 @@ using RouteHandler = std::function<CollectorAnswer(const RoutedRequest&)>;
 
 // The answer {"error": message} with `status`.
 CollectorAnswer errorAnswer(int status, const std::string& message);
+// `body` as compact JSON with `status`.
+CollectorAnswer jsonAnswer(int status, const Json& body);
 
 enum class ReadAccess { token, open };
+
+// The largest body of a form.
+inline constexpr std::size_t kMaxFormBytes = 8 * 1024;
 
 class Router {
  public:
   Router(AccessPolicy access, std::size_t maxBodyBytes);
 
+  const AccessPolicy& access() const { return access_; }
+
   void addPost(std::string path, RouteHandler handler);
-  void addRead(std::string path, ReadAccess access, RouteHandler handler);
+  // `refused`, when given, answers a read without the token instead of the usual 401 (a page
+  // answers with its sign-in form).
+  void addRead(std::string path, ReadAccess access, RouteHandler handler,
+               RouteHandler refused = {});
+  void addForm(std::string path, RouteHandler handler);
 
   // The answer a request gets from what its head says, before its body is read: none when it may
   // go on. The socket layer asks this as soon as a head has arrived, so that a request that will
@@ -52,12 +67,13 @@ class Router {
   CollectorAnswer answer(const CollectorRequest& request) const;
 
  private:
-  enum class Kind { post, read };
+  enum class Kind { post, read, form };
   struct Route {
     std::string path;
     Kind kind;
     ReadAccess readAccess;
     RouteHandler handler;
+    RouteHandler refused;
   };
 
   // The route of `request` and its appId, or the refusal.

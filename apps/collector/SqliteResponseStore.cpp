@@ -1,13 +1,10 @@
 #include "collector/SqliteResponseStore.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include <vlq/host/JsonDocument.h>
+
+#include "collector/PrivateFile.h"
 
 namespace vlq::collector {
 namespace {
@@ -31,37 +28,12 @@ constexpr const char* kKeyIndex =
     "DROP INDEX IF EXISTS survey_responses_key;"
     "CREATE UNIQUE INDEX IF NOT EXISTS survey_responses_app_key"
     " ON survey_responses(app_id, idempotency_key) WHERE idempotency_key IS NOT NULL";
-constexpr const char* kColumns = "id, app_id, received_at, url, status, body, idempotency_key";
 
 bool hasKeyColumn(sqlite3* database) {
   reference::SqliteStatement columns(database,
                                      "SELECT 1 FROM pragma_table_info('survey_responses')"
                                      " WHERE name = 'idempotency_key'");
   return columns && sqlite3_step(columns.get()) == SQLITE_ROW;
-}
-
-// Reads the columns of kColumns from the current row.
-StoredResponse recordAt(const reference::SqliteStatement& row) {
-  StoredResponse stored;
-  stored.id = row.integer(0);
-  stored.appId = row.text(1);
-  stored.receivedAt = row.text(2);
-  stored.url = row.text(3);
-  stored.status = static_cast<int>(row.integer(4));
-  stored.body = parseJsonDocument(row.text(5)).value_or(nullptr);
-  stored.idempotencyKey = row.text(6);
-  return stored;
-}
-
-// Creates the file readable by its owner only, so that SQLite, which gives its journal files the
-// database's permissions, keeps those private too. An existing file keeps its permissions; a
-// missing directory is an error, not made, since it is more likely a mistyped path.
-bool createPrivately(const std::string& path, std::string& error) {
-  const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (descriptor >= 0) ::close(descriptor);
-  if (descriptor >= 0 || errno == EEXIST) return true;
-  error = "cannot create " + path + ": " + std::strerror(errno);
-  return false;
 }
 
 }  // namespace
@@ -91,7 +63,7 @@ std::unique_ptr<SqliteResponseStore> SqliteResponseStore::open(const std::string
   auto store = std::unique_ptr<SqliteResponseStore>(new SqliteResponseStore(database));
   for (const auto* statement :
        {&store->begin_, &store->commit_, &store->rollback_, &store->insert_, &store->findByKey_,
-        &store->page_, &store->all_, &store->allOfApp_}) {
+        &store->page_, &store->all_, &store->allOfApp_, &store->after_}) {
     if (!*statement || !**statement) {
       error = "cannot use database " + path + ": " + sqlite3_errmsg(database);
       return nullptr;
@@ -110,13 +82,15 @@ SqliteResponseStore::SqliteResponseStore(sqlite3* database) : database_(database
   insert_ = prepare(
       "INSERT INTO survey_responses (app_id, received_at, url, status, body, idempotency_key)"
       " VALUES (?1, ?2, ?3, ?4, ?5, ?6)");
-  findByKey_ = prepare(std::string("SELECT ") + kColumns +
+  findByKey_ = prepare(std::string("SELECT ") + kStoredColumns +
                        " FROM survey_responses WHERE app_id = ?1 AND idempotency_key = ?2");
   page_ = prepare(
       "SELECT id, body FROM survey_responses WHERE app_id = ?1 AND id > ?2 ORDER BY id LIMIT ?3");
-  all_ = prepare(std::string("SELECT ") + kColumns + " FROM survey_responses ORDER BY id");
-  allOfApp_ = prepare(std::string("SELECT ") + kColumns +
+  all_ = prepare(std::string("SELECT ") + kStoredColumns + " FROM survey_responses ORDER BY id");
+  allOfApp_ = prepare(std::string("SELECT ") + kStoredColumns +
                       " FROM survey_responses WHERE app_id = ?1 ORDER BY id");
+  after_ = prepare(std::string("SELECT ") + kStoredColumns +
+                   " FROM survey_responses WHERE id > ?1 ORDER BY id LIMIT ?2");
 }
 
 SqliteResponseStore::~SqliteResponseStore() {
@@ -128,6 +102,7 @@ SqliteResponseStore::~SqliteResponseStore() {
   page_.reset();
   all_.reset();
   allOfApp_.reset();
+  after_.reset();
   sqlite3_close(database_);
 }
 
@@ -223,14 +198,7 @@ void SqliteResponseStore::commit(const std::vector<Pending*>& batch) {
   for (const Pending* pending : batch) {
     if (pending->result.outcome != StoreResult::Outcome::stored) continue;
     const IncomingResponse& response = *pending->response;
-    StoredResponse stored;
-    stored.id = pending->result.id;
-    stored.appId = response.appId;
-    stored.receivedAt = response.receivedAt;
-    stored.url = response.url;
-    stored.status = response.status;
-    stored.idempotencyKey = response.idempotencyKey;
-    stored.body = parseJsonDocument(response.bodyText).value_or(nullptr);
+    const StoredResponse stored = storedRecordOf(response, pending->result.id);
     announceStored(stored);
   }
 }
@@ -264,7 +232,20 @@ std::vector<StoredResponse> SqliteResponseStore::all(
   std::vector<StoredResponse> result;
   if (!appId || select.bind(1, *appId)) {
     while (sqlite3_step(select.get()) == SQLITE_ROW)
-      result.push_back(recordAt(select));
+      result.push_back(storedRecordAt(select));
+  }
+  select.reset();
+  return result;
+}
+
+std::vector<StoredResponse> SqliteResponseStore::after(std::int64_t after,
+                                                       std::size_t limit) const {
+  std::lock_guard lock(databaseMutex_);
+  Statement& select = *after_;
+  std::vector<StoredResponse> result;
+  if (select.bind(1, after) && select.bind(2, static_cast<std::int64_t>(limit))) {
+    while (sqlite3_step(select.get()) == SQLITE_ROW)
+      result.push_back(storedRecordAt(select));
   }
   select.reset();
   return result;

@@ -33,6 +33,7 @@ class SqliteResponseStore final : public ResponseStore {
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
                     std::size_t maxBytes) const override;
   std::vector<StoredResponse> all(const std::optional<std::string>& appId) const override;
+  std::vector<StoredResponse> after(std::int64_t after, std::size_t limit) const override;
 
  private:
   using Statement = reference::SqliteStatement;
@@ -55,7 +56,7 @@ class SqliteResponseStore final : public ResponseStore {
   // Guards the connection and its statements.
   mutable std::mutex databaseMutex_;
   std::unique_ptr<Statement> begin_, commit_, rollback_, insert_, findByKey_, page_, all_,
-      allOfApp_;
+      allOfApp_, after_;
 
   std::mutex queueMutex_;
   std::condition_variable queueChanged_;

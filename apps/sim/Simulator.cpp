@@ -90,6 +90,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
 
   collector::CollectorOptions collectorOptions;
   collectorOptions.status = options_.status;
+  if (!options_.database.empty()) collectorOptions.database = options_.database;
   std::string error;
   collector_ = collector::CollectorServer::start(collectorOptions, &error);
   if (!collector_) {
@@ -138,6 +139,8 @@ void Simulator::advance(double seconds) {
 
 void Simulator::finish() {
   if (!host_) return;
+  // The analytics events go to the collector before the host goes, not in a later run.
+  host_->flushEvents();
   settle();
   host_->shutdown();
   if (collector_) collector_->stop();

@@ -57,6 +57,9 @@ struct SimulatorOptions {
   bool trace = false;
   // Adds the screen's accessibility elements to every state line.
   bool a11y = false;
+  // The SQLite file in which the collector keeps the bodies (the uploaded events beside it); empty:
+  // in memory, for the run only.
+  std::string database;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };

@@ -3,7 +3,7 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
-//                  [--trace] [--a11y]
+//                  [--trace] [--a11y] [--db FILE]
 
 #include <charconv>
 #include <cstdio>
@@ -30,7 +30,7 @@ using namespace vlq;
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
     "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
-    "                      [--trace] [--a11y]\n";
+    "                      [--trace] [--a11y] [--db FILE]\n";
 
 // A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
 // blanks, no fraction.
@@ -83,6 +83,8 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
       options.configPath = value;
     } else if (option == "--script") {
       command.scriptPath = value;
+    } else if (option == "--db") {
+      options.database = value;
     } else if (option == "--host") {
       options.hostPath = value;
     } else if (option == "--status") {

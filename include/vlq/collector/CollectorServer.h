@@ -13,10 +13,15 @@
 //   GET  /v2/api/surveys                    the configuration document, byte for byte, when one
 //                                           was given; 404 otherwise
 //
+// and the survey results (ResultsRoutes.h): the events hosts upload (a post), each survey's
+// figures as JSON and CSV, and the results page (reads).
+//
 // Access: with app keys, a post needs "Authorization: Bearer <the key of its appId>"; with a
-// read token, the listing needs "Authorization: Bearer <the token>"; 401 otherwise, and nothing
-// is stored. The configuration, which every device downloads, needs neither. Without both, the
-// collector serves loopback clients only, and refuses a bind address that is not a loopback one.
+// read token, every read needs "Authorization: Bearer <the token>", or the session cookie of a
+// browser that signed in on the results page with it; 401 otherwise, and nothing is stored. The
+// configuration, which every device downloads, and the page's stylesheet need neither. Without
+// both, the collector serves loopback clients only, and refuses a bind address that is not a
+// loopback one.
 //
 // A post must say "Content-Type: application/json" (415 otherwise, so that a web page cannot
 // post a form to it) and hold a JSON object (400 otherwise). Without an appId parameter it is
@@ -84,8 +89,10 @@ struct CollectorOptions {
   std::string bind = "127.0.0.1";
   // 0 picks a free port; `CollectorServer::port` tells which.
   int port = 0;
-  // Where responses are kept: an SQLite file (created 0600 when missing), or ":memory:" for a
-  // store that lives as long as the collector.
+  // Where responses are kept: an SQLite file (created 0600 when missing; the events and the
+  // results' tables go to a file beside it), ":memory:" for a store that lives as long as the
+  // collector, or a PostgreSQL URL ("postgresql://user@host:port/database", libpq's form), which
+  // holds the events and the results' tables too and which several collectors may share.
   std::string database = ":memory:";
   // The status answered to every valid post (100 to 599).
   int status = 200;

@@ -88,10 +88,10 @@ Outbox::~Outbox() {
 }
 
 void Outbox::post(const std::string& url, std::string body, VLQHeaderFields headers,
-                  VLQPostCompletion completion) {
+                  VLQPostCompletion completion, std::string idempotencyKey) {
   if (stopped_.load()) return;
   OutboxEntry entry;
-  entry.key = makeRandomUuid();
+  entry.key = idempotencyKey.empty() ? makeRandomUuid() : std::move(idempotencyKey);
   entry.url = url;
   entry.headers = std::move(headers);
   entry.body = std::move(body);

@@ -13,6 +13,7 @@
 
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
+#include "host/reference/EventUploader.h"
 #include "host/reference/TargetingEvaluator.h"
 
 namespace vlq::reference {
@@ -39,6 +40,10 @@ ReferenceHostOptions completed(ReferenceHostOptions options) {
   if (options.outboxDatabase.empty()) {
     options.outboxDatabase = toolkit::stringByAppendingPathComponent(
         options.libraryDirectory, ReferenceHost::kOutboxFileName);
+  }
+  if (options.eventOutboxDatabase.empty()) {
+    options.eventOutboxDatabase = toolkit::stringByAppendingPathComponent(
+        options.libraryDirectory, ReferenceHost::kEventOutboxFileName);
   }
   if (!options.log) {
     options.log = [](const std::string& message) {
@@ -99,7 +104,17 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       targeting_(std::make_shared<TargetingEvaluator>(
           toolkit::stringByAppendingPathComponent(options_.libraryDirectory,
                                                   kDisplayHistoryFileName),
-          deviceId_, settings_.userAttributes, options_.log)) {}
+          deviceId_, settings_.userAttributes, options_.log)) {
+  if (options_.uploadEvents) {
+    OutboxSettings eventOutbox = outboxSettings(options_);
+    eventOutbox.databasePath = options_.eventOutboxDatabase;
+    eventUploader_ = std::make_unique<EventUploader>(
+        analytics_,
+        EventUploadSettings{settings_.appId, deviceId_, options_.eventBatchSize,
+                            options_.eventFlushSeconds, std::move(eventOutbox)},
+        serviceTransport(options_, settings_));
+  }
+}
 
 ReferenceHost::~ReferenceHost() {
   // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot
@@ -120,6 +135,7 @@ void ReferenceHost::stopThreads() {
     events_.stop();
     delays_.stop();
     outbox_.stop();
+    if (eventUploader_) eventUploader_->stop();
     workers_.stopAndWait();
   } catch (...) {
     // A failed lock or wait leaves the threads to end on their own.
@@ -204,6 +220,10 @@ void ReferenceHost::setEventObserver(EventObserver observer) {
   observer_ = std::move(observer);
 }
 
+void ReferenceHost::flushEvents() {
+  if (eventUploader_ && !shutDown_.load()) eventUploader_->flush();
+}
+
 void ReferenceHost::getSyncDataForActionType(const std::string& actionType, const std::string&,
                                              std::function<void()> completionHandler) {
   toolkit::runContained([&] {
@@ -232,8 +252,9 @@ void ReferenceHost::executeAfterDelay(double seconds, std::function<void()> bloc
 
 void ReferenceHost::logAppEventWithName(const std::string& name, const Json& info) {
   toolkit::runContained([&] {
-    analytics_.append(name, info, toolkit::timeIntervalSince1970());
+    analytics_.append(name, info, toolkit::timeIntervalSince1970(), settings_.sessionId);
     targeting_->appEventLogged(name, info);
+    if (eventUploader_) eventUploader_->eventLogged();
     EventObserver observer;
     {
       std::lock_guard lock(observerMutex_);

@@ -10,6 +10,7 @@
 #include <vlq/collector/CollectorServer.h>
 
 #include "RawHttp.h"
+#include "collector/AccessPolicy.h"
 #include "support/TestCertificates.h"
 
 namespace vlq::collector {
@@ -80,6 +81,84 @@ TEST(CollectorAccess, APostNeedsItsAppsKeyAndAReadNeedsTheToken) {
   EXPECT_EQ(answer->status, 401);
 }
 
+TEST(CollectorAccess, ResultsAreReadWithTheTokenOrTheSessionOfABrowserThatSignedInWithIt) {
+  std::string error;
+  auto server = CollectorServer::start(guarded(), &error);
+  ASSERT_TRUE(server) << error;
+  httplib::Client client(server->baseUrl());
+  const std::string events = R"({"events": [{"name": "vlq_survey_launched",
+                                              "info": {"survey_id": "s1"}, "time": 1}]})";
+  EXPECT_EQ(client.Post("/v2/api/events?appId=app-a", events, "application/json")->status, 401);
+  EXPECT_EQ(client.Post("/v2/api/events?appId=app-a", bearer("key-b"), events, "application/json")
+                ->status,
+            401);
+  EXPECT_EQ(client.Post("/v2/api/events?appId=app-a", bearer("key-a"), events, "application/json")
+                ->status,
+            200);
+
+  const auto read = [&](const std::string& target, const httplib::Headers& headers) {
+    return client.Get(target.c_str(), headers)->status;
+  };
+  const std::vector<std::string> reads = {
+      "/v2/api/results?appId=app-a&survey=s1", "/v2/api/results.csv?appId=app-a&survey=s1",
+      "/results?appId=app-a", "/v2/api/survey-responses?appId=app-a"};
+  for (const std::string& target : reads) {
+    EXPECT_EQ(read(target, {}), 401) << target;
+    EXPECT_EQ(read(target, bearer("key-a")), 401) << target;
+    EXPECT_EQ(read(target, bearer(kReadToken)), 200) << target;
+  }
+  EXPECT_EQ(read("/results/style.css", {}), 200);
+
+  // A browser is shown the sign-in form, which leads back to the page it asked for.
+  const auto page = client.Get("/results?appId=app-a&survey=s1");
+  EXPECT_EQ(page->get_header_value("Content-Type"), "text/html; charset=utf-8");
+  EXPECT_NE(page->body.find(R"(action="/results/sign-in")"), std::string::npos);
+  EXPECT_NE(page->body.find(R"(value="/results?appId=app-a&amp;survey=s1")"), std::string::npos);
+  const auto signIn = [&](const std::string& form) {
+    return client.Post("/results/sign-in", form, "application/x-www-form-urlencoded");
+  };
+  EXPECT_EQ(signIn("token=wrong&next=%2Fresults")->status, 401);
+  EXPECT_EQ(client.Post("/results/sign-in", std::string("token=") + kReadToken, "application/json")
+                ->status,
+            415);
+  const auto signedIn =
+      signIn(std::string("token=") + kReadToken + "&next=%2Fresults%3FappId%3Dapp-a%26survey%3Ds1");
+  ASSERT_EQ(signedIn->status, 303);
+  EXPECT_EQ(signedIn->get_header_value("Location"), "/results?appId=app-a&survey=s1");
+  const std::string cookie = signedIn->get_header_value("Set-Cookie");
+  EXPECT_NE(cookie.find("; HttpOnly; SameSite=Strict"), std::string::npos) << cookie;
+  EXPECT_EQ(cookie.find("Secure"), std::string::npos) << cookie;
+  const std::string session = cookie.substr(0, cookie.find(';'));
+  for (const std::string& target : reads)
+    EXPECT_EQ(read(target, {{"Cookie", "theme=dark; " + session}}), 200) << target;
+  // Only where the page itself leads: never to another site.
+  EXPECT_EQ(signIn(std::string("token=") + kReadToken + "&next=%2F%2Fevil.example")
+                ->get_header_value("Location"),
+            "/results");
+
+  // A session is the collector's word for the token: forged, ended, or made with another token,
+  // it is worth nothing; it does not let anyone post.
+  std::string forged = session;
+  forged[forged.find('=') + 1] = forged[forged.find('=') + 1] == '9' ? '8' : '9';
+  EXPECT_EQ(read(reads[0], {{"Cookie", forged}}), 401);
+  EXPECT_EQ(read(reads[0], {{"Cookie", session + "; " + session}}), 401);
+  const AccessPolicy policy({}, std::string(kReadToken));
+  const auto now = std::chrono::system_clock::now();
+  const std::string ended = policy.sessionCookieValue(now - AccessPolicy::kSessionLifetime - 1s);
+  EXPECT_EQ(read(reads[0], {{"Cookie", std::string("vlq_session=") + ended}}), 401);
+  const AccessPolicy other({}, std::string(kReadToken) + "-changed");
+  EXPECT_EQ(read(reads[0], {{"Cookie", "vlq_session=" + other.sessionCookieValue(now)}}), 401);
+  EXPECT_EQ(
+      client.Post("/v2/api/events?appId=app-a", {{"Cookie", session}}, events, "application/json")
+          ->status,
+      401);
+
+  const auto signedOut = client.Post("/results/sign-out", "", "application/x-www-form-urlencoded");
+  EXPECT_EQ(signedOut->status, 303);
+  EXPECT_NE(signedOut->get_header_value("Set-Cookie").find("vlq_session=; Path=/; Max-Age=0"),
+            std::string::npos);
+}
+
 TEST(CollectorAccess, OnlyJsonPostsAreTakenSoThatAWebPageCannotPostAForm) {
   std::string error;
   auto server = CollectorServer::start(guarded(), &error);
@@ -126,6 +205,11 @@ TEST(CollectorAccess, ServesHttpsWithTheCertificateItIsGiven) {
   EXPECT_EQ(posted->status, 200);
   EXPECT_EQ(trusting.Get("/v2/api/survey-responses?appId=app-a", bearer(kReadToken))->body,
             R"([{"n":1}])");
+  // A browser's session is sent back over HTTPS only.
+  const auto signedIn = trusting.Post("/results/sign-in", std::string("token=") + kReadToken,
+                                      "application/x-www-form-urlencoded");
+  ASSERT_TRUE(signedIn);
+  EXPECT_NE(signedIn->get_header_value("Set-Cookie").find("; Secure"), std::string::npos);
 
   // Another authority's trust is not enough, and plain HTTP gets no answer.
   httplib::Client doubting(server->baseUrl());

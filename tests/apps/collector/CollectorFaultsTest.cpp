@@ -10,6 +10,9 @@
 
 #include <vlq/collector/CollectorServer.h>
 
+#include "TestDatabase.h"
+#include "collector/ResultsService.h"
+
 namespace vlq::collector {
 namespace {
 
@@ -30,9 +33,8 @@ std::unique_ptr<CollectorServer> start(CollectorOptions options = {}) {
 }
 
 TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARestart) {
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("vlq-collector-faults-" + std::to_string(::getpid()) + ".sqlite");
-  std::filesystem::remove(path);
+  const test::TestDatabase database(test::TestDatabase::Kind::sqliteFile);
+  const std::filesystem::path& path = database.path();
   // A file written when keys were unique across apps, holding one body of app "a" under key-0.
   sqlite3* old = nullptr;
   ASSERT_EQ(sqlite3_open(path.c_str(), &old), SQLITE_OK);
@@ -83,9 +85,6 @@ TEST(CollectorFaults, ARepeatedKeyGetsTheFirstAnswerAndStoresNothingEvenAfterARe
   EXPECT_EQ(stored[2].idempotencyKey, "");
   EXPECT_EQ(stored[4].idempotencyKey, "key-0");
   EXPECT_EQ(stored[4].appId, "b");
-  server.reset();
-  for (const char* suffix : {"", "-wal", "-shm"})
-    std::filesystem::remove(path.string() + suffix);
 }
 
 }  // namespace

@@ -10,6 +10,9 @@
 
 #include <vlq/collector/CollectorServer.h>
 
+#include "TestDatabase.h"
+#include "collector/ResultsService.h"
+
 namespace vlq::collector {
 namespace {
 
@@ -31,17 +34,6 @@ Json getJson(CollectorServer& server, const std::string& target) {
   if (!result || result->status != 200) return "request failed";
   return Json::parse(result->body);
 }
-
-// A scratch database file, removed afterwards.
-struct TempDatabase {
-  std::filesystem::path path = std::filesystem::temp_directory_path() /
-                               ("vlq-collector-test-" + std::to_string(::getpid()) + ".sqlite");
-  TempDatabase() { std::filesystem::remove(path); }
-  ~TempDatabase() {
-    for (const char* suffix : {"", "-wal", "-shm"})
-      std::filesystem::remove(path.string() + suffix);
-  }
-};
 
 TEST(CollectorServer, StoresPostedObjectsAndListsThemByAppId) {
   auto server = startServer();
@@ -174,9 +166,9 @@ TEST(CollectorServer, ServesTheConfigurationDocumentByteForByte) {
 }
 
 TEST(CollectorServer, KeepsResponsesInADatabaseFileAcrossRestarts) {
-  TempDatabase database;
+  test::TestDatabase database(test::TestDatabase::Kind::sqliteFile);
   CollectorOptions options;
-  options.database = database.path.string();
+  options.database = database.location();
   std::int64_t firstId = 0;
   {
     auto server = startServer(options);
@@ -194,15 +186,18 @@ TEST(CollectorServer, KeepsResponsesInADatabaseFileAcrossRestarts) {
   EXPECT_GT(stored[1].id, firstId);
   EXPECT_EQ(getJson(*server, "/v2/api/survey-responses?appId=a").dump(), R"([{"n":1},{"n":2}])");
 
-  // Readable by its owner only, its log too; in write-ahead-log mode, synchronised in full.
-  for (const auto& file : {database.path, std::filesystem::path(database.path.string() + "-wal")}) {
+  // Readable by its owner only, its log and the results' file beside it too; in write-ahead-log
+  // mode, synchronised in full.
+  const std::filesystem::path results = resultsDatabasePath(database.location());
+  for (const auto& file : {database.path(), std::filesystem::path(database.location() + "-wal"),
+                           results, std::filesystem::path(results.string() + "-wal")}) {
     const auto permissions = std::filesystem::status(file).permissions();
     EXPECT_EQ(permissions & std::filesystem::perms::all,
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
         << file;
   }
   sqlite3* reader = nullptr;
-  ASSERT_EQ(sqlite3_open(database.path.c_str(), &reader), SQLITE_OK);
+  ASSERT_EQ(sqlite3_open(database.path().c_str(), &reader), SQLITE_OK);
   sqlite3_stmt* mode = nullptr;
   sqlite3_prepare_v2(reader, "PRAGMA journal_mode", -1, &mode, nullptr);
   ASSERT_EQ(sqlite3_step(mode), SQLITE_ROW);

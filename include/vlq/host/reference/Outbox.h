@@ -74,8 +74,9 @@ class VLQ_API Outbox {
   Outbox& operator=(const Outbox&) = delete;
   ~Outbox();
 
+  // Queues `body` under `idempotencyKey`, or under a key made for it when that is empty.
   void post(const std::string& url, std::string body, VLQHeaderFields headers,
-            VLQPostCompletion completion);
+            VLQPostCompletion completion, std::string idempotencyKey = {});
 
   // Bodies waiting for delivery (0 without an outbox file).
   std::int64_t waiting() const;

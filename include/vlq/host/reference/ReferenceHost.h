@@ -10,7 +10,8 @@
 //   order.
 // - Delayed blocks: run on a scheduler thread once the toolkit's current clock has moved on by the
 //   delay, so a virtual clock's time is followed exactly.
-// - Analytics events: stored in SQLite, and shown to an observer as they are logged.
+// - Analytics events: stored in SQLite, shown to an observer as they are logged, and uploaded to
+//   the service in batches (EventUploader.h) unless the options turn that off.
 // - Session, application and user values: from the settings file (HostSettings.h).
 // - Device id: a random UUID made once and kept in the Library directory.
 // - Posts: the body as JSON over HTTP to the service address, through a durable outbox
@@ -57,6 +58,8 @@ namespace vlq::reference {
 // The rules for when a survey is due live inside the library; tools built with it reach them
 // through targeting().
 class TargetingEvaluator;
+// Sends the analytics events to the service (EventUploader.h), inside the library too.
+class EventUploader;
 
 class VLQ_API ReferenceHost : public VLQController,
                               public VLQDiagnosticsListener,
@@ -76,6 +79,8 @@ class VLQ_API ReferenceHost : public VLQController,
   // Called with each step of the trigger trace as JSON (the plug-in's and the host's own), on the
   // thread that took the decision.
   using TraceObserver = std::function<void(const Json& step)>;
+  // The event batches' outbox file name inside the Library directory, unless the options name one.
+  static constexpr const char* kEventOutboxFileName = "vlq-event-outbox.sqlite";
 
   // A host with its threads started. An empty library directory means the toolkit's current
   // Library directory. Creates the directory when missing.
@@ -118,6 +123,9 @@ class VLQ_API ReferenceHost : public VLQController,
   std::vector<StoredEvent> storedEvents() const;
   // Replaces the observer of analytics events (an empty function removes it).
   void setEventObserver(EventObserver observer);
+  // Uploads the analytics events logged so far without waiting for a batch to fill, as an
+  // application going to the background would; nothing when uploads are off.
+  void flushEvents();
 
   // Posted bodies waiting in the outbox for delivery.
   std::int64_t outboxSize() const { return outbox_.waiting(); }
@@ -172,6 +180,7 @@ class VLQ_API ReferenceHost : public VLQController,
   DelayedBlockScheduler delays_{work_};
   WorkerThreads workers_;  // syncs
   Outbox outbox_;
+  std::unique_ptr<EventUploader> eventUploader_;  // none when uploads are off
   std::atomic<bool> shutDown_{false};
 
   const std::shared_ptr<TargetingEvaluator> targeting_;

@@ -40,6 +40,14 @@ struct VLQ_API ReferenceHostOptions {
   // Writes each step of the trigger trace to the platform log as "<VLQ TRACE> {...}"; a host that
   // shows the trace its own way (a trace observer) may turn it off.
   bool logTrace = true;
+  // Whether the analytics events are uploaded to the service in batches (EventUploader.h).
+  bool uploadEvents = true;
+  // The SQLite file of the outbox of event batches; empty:
+  // <libraryDirectory>/vlq-event-outbox.sqlite.
+  std::string eventOutboxDatabase = {};
+  // A batch of events goes out once this many wait, or this many seconds after the first of them.
+  std::size_t eventBatchSize = 50;
+  double eventFlushSeconds = 30;
 };
 
 }  // namespace vlq::reference

@@ -1,0 +1,85 @@
+#include "collector/PgResultsStore.h"
+
+#include <chrono>
+#include <deque>
+#include <utility>
+
+#include "collector/PgConnection.h"
+#include "collector/PgSchema.h"
+#include "collector/SqlResultsStore.h"
+
+namespace vlq::collector {
+namespace {
+
+class PgBackend {
+ public:
+  using Handle = PgConnection*;
+  using Query = PgQuery;
+  // Several collectors insert responses at once, each committing when its post is done, so ids
+  // are not committed in order, and ids taken by a refused insert are never used. The responses
+  // read are therefore those up to the first one that has no facts yet, found by looking: from
+  // what was found kSettle ago, since an insert is one statement and is committed or gone by then.
+  std::int64_t lastResponseRead() {
+    const auto now = std::chrono::steady_clock::now();
+    while (found_.size() > 1 && now - found_[1].first >= kSettle)
+      found_.pop_front();
+    const std::int64_t floor =
+        !found_.empty() && now - found_.front().first >= kSettle ? found_.front().second : 0;
+    PgQuery last(connection_.get(),
+                 "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
+                 " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
+                 " (SELECT MAX(id) FROM survey_responses), 0)");
+    last.bind("$1", floor);
+    const std::int64_t read = last.step() ? last.integer(0) : 0;
+    found_.emplace_back(now, read);
+    return read;
+  }
+
+  explicit PgBackend(std::unique_ptr<PgConnection> connection)
+      : connection_(std::move(connection)) {}
+
+  PgConnection* handle() const { return connection_.get(); }
+  std::int64_t changes() const { return connection_->changes(); }
+  // A lock of the session, held while this process reads responses into the results, so that
+  // collectors sharing the database do not all do the same work at once.
+  bool beginCatchUp(bool wait) {
+    try {
+      PgQuery lock(connection_.get(), wait ? "SELECT pg_advisory_lock(1986815844), true"
+                                           : "SELECT true, pg_try_advisory_lock(1986815844)");
+      return lock.step() && lock.text(1) == "t";
+    } catch (const std::exception&) {
+      // Without the lock the work is done all the same; the writes are safe to repeat.
+      return wait;
+    }
+  }
+  void endCatchUp() {
+    try {
+      executePg(connection_.get(), "SELECT pg_advisory_unlock(1986815844)");
+    } catch (const std::exception&) {
+      // A broken connection has lost its locks with it.
+    }
+  }
+  template <typename Work>
+  bool transaction(std::string& error, Work&& work) {
+    return inPgTransaction(connection_.get(), error, std::forward<Work>(work));
+  }
+
+ private:
+  static constexpr auto kSettle = std::chrono::seconds(60);
+
+  std::unique_ptr<PgConnection> connection_;
+  // What lastResponseRead found, and when, oldest first.
+  std::deque<std::pair<std::chrono::steady_clock::time_point, std::int64_t>> found_;
+};
+
+}  // namespace
+
+std::unique_ptr<ResultsStore> openPgResultsStore(const std::string& url, std::string& error) {
+  auto connection = PgConnection::open(url, error);
+  if (!connection || !createPgTables(connection.get(), sql_results::kResultsSchema, error)) {
+    return nullptr;
+  }
+  return std::make_unique<SqlResultsStore<PgBackend>>(PgBackend(std::move(connection)));
+}
+
+}  // namespace vlq::collector

@@ -1,0 +1,371 @@
+// Loads collectors with concurrent clients and sets each figure against the database's own insert
+// rate for the same bodies, measured in the same run (bench/collector-load runs it):
+//
+//   collector_load --collector PATH [--bodies M] [--clients 8,32,128] [--postgresql URL]
+//
+// For SQLite (one collector on a database file), and for PostgreSQL (URL, or $VLQ_TEST_POSTGRESQL)
+// with 1 and with 3 collector processes, each with unique keys (every body its own key) and with
+// repeated keys (every key posted twice, the second time to the next collector, as a client that
+// retries through a load balancer): C clients, each on its own keep-alive connection to collector
+// c mod P, post M bodies between them. Then the database is counted: stored must equal the keys
+// acknowledged, with no key stored twice.
+//
+// The references: on SQLite, one connection inserting the same bodies with one transaction per
+// insert, in the collector's settings (write-ahead log, full synchronisation); on PostgreSQL, C
+// connections inserting them at once, each insert committed on its own.
+//
+//   load DB reference clients=C inserts_per_s=R
+//   load DB processes=P keys=unique|repeated clients=C posts_per_s=X ratio=X/R p50_ms=A p99_ms=B
+//        acknowledged=N stored=S duplicates=D
+//
+// Exit status 0 when every run stored what it acknowledged and no more, 1 otherwise, 2 for bad
+// arguments or a collector that does not start.
+
+#include <fcntl.h>
+#include <httplib.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "collector/PgConnection.h"
+#include "collector/SqliteQuery.h"
+
+namespace {
+
+using namespace vlq::collector;
+using Clock = std::chrono::steady_clock;
+
+std::string bodyOf(int number) {
+  return R"({"survey_id": "checkout-feedback", "device_uuid": "device-)" + std::to_string(number) +
+         R"(", "time_taken": 12.5, "app_version": "3.2.1", "session_id": "s-)" +
+         std::to_string(number) +
+         R"(", "responses": [{"question_id": 301, "answers": [{"id": "e1", "answer": "Very easy"}]},)"
+         R"( {"question_id": 302, "answers": [{"id": "f1"}, {"id": "f2"}]},)"
+         R"( {"question_id": 303, "answers": [4]}], "user_attributes": {"plan": "gold"}})";
+}
+
+// A collector process on `database`, stopped with SIGTERM when dropped.
+class CollectorProcess {
+ public:
+  CollectorProcess(const std::string& executable, const std::string& database) {
+    int output[2];
+    if (pipe(output) != 0) throw std::runtime_error("pipe");
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(output[1], 1);
+      const int quiet = open("/dev/null", O_WRONLY);
+      dup2(quiet, 2);
+      close(output[0]);
+      execl(executable.c_str(), executable.c_str(), "--port", "0", "--db", database.c_str(),
+            static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(output[1]);
+    std::string line;
+    char c = 0;
+    while (read(output[0], &c, 1) == 1 && c != '\n')
+      line += c;
+    close(output[0]);
+    const std::string prefix = "listening on ";
+    if (line.rfind(prefix, 0) != 0) throw std::runtime_error("the collector did not start");
+    url_ = line.substr(prefix.size());
+  }
+  ~CollectorProcess() {
+    kill(pid_, SIGTERM);
+    waitpid(pid_, nullptr, 0);
+  }
+  CollectorProcess(const CollectorProcess&) = delete;
+  CollectorProcess& operator=(const CollectorProcess&) = delete;
+  const std::string& url() const { return url_; }
+
+ private:
+  pid_t pid_ = -1;
+  std::string url_;
+};
+
+// A database of one run: a fresh SQLite file, or a fresh schema on the PostgreSQL server.
+class RunDatabase {
+ public:
+  RunDatabase(const std::optional<std::string>& postgresUrl, int run) {
+    const std::string name = "vlq_load_" + std::to_string(getpid()) + "_" + std::to_string(run);
+    if (!postgresUrl) {
+      directory_ = std::filesystem::temp_directory_path() / name;
+      std::filesystem::create_directories(directory_);
+      location_ = (directory_ / "responses.sqlite").string();
+      return;
+    }
+    std::string error;
+    admin_ = PgConnection::open(*postgresUrl, error);
+    if (!admin_) throw std::runtime_error(error);
+    schema_ = name;
+    executePg(admin_.get(), ("CREATE SCHEMA " + schema_).c_str());
+    location_ = *postgresUrl + (postgresUrl->find('?') == std::string::npos ? "?" : "&") +
+                "options=-csearch_path%3D" + schema_;
+  }
+  ~RunDatabase() {
+    if (admin_) {
+      executePg(admin_.get(), ("DROP SCHEMA " + schema_ + " CASCADE").c_str());
+    } else {
+      std::filesystem::remove_all(directory_);
+    }
+  }
+  const std::string& location() const { return location_; }
+  bool postgres() const { return admin_ != nullptr; }
+
+  // The stored bodies, and how many of them share a key with another.
+  std::pair<std::int64_t, std::int64_t> storedAndDuplicates() const {
+    const char* sql =
+        "SELECT COUNT(*), COUNT(idempotency_key) - COUNT(DISTINCT idempotency_key)"
+        " FROM survey_responses";
+    if (admin_) {
+      executePg(admin_.get(), ("SET search_path TO " + schema_).c_str());
+      PgQuery count(admin_.get(), sql);
+      count.step();
+      return {count.integer(0), count.integer(1)};
+    }
+    sqlite3* db = nullptr;
+    sqlite3_open(location_.c_str(), &db);
+    std::pair<std::int64_t, std::int64_t> result;
+    {
+      SqliteQuery count(db, sql);
+      count.step();
+      result = {count.integer(0), count.integer(1)};
+    }
+    sqlite3_close(db);
+    return result;
+  }
+
+ private:
+  std::filesystem::path directory_;
+  std::string location_;
+  std::string schema_;
+  std::unique_ptr<PgConnection> admin_;
+};
+
+double percentile(std::vector<double>& values, double share) {
+  if (values.empty()) return 0;
+  const auto at = static_cast<std::size_t>(share * static_cast<double>(values.size() - 1));
+  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(at), values.end());
+  return values[at];
+}
+
+// Splits [0, total) between `workers` threads and runs `work(worker, first, end)` on each.
+template <typename Work>
+double timedInParallel(int workers, int total, Work work) {
+  const auto start = Clock::now();
+  std::vector<std::thread> threads;
+  for (int worker = 0; worker < workers; ++worker) {
+    const int first = static_cast<int>(static_cast<std::int64_t>(total) * worker / workers);
+    const int end = static_cast<int>(static_cast<std::int64_t>(total) * (worker + 1) / workers);
+    threads.emplace_back([&work, worker, first, end] { work(worker, first, end); });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// The collector's table and index; `idType` is the database's spelling of an id it makes.
+std::string referenceSchema(const std::string& idType) {
+  return "CREATE TABLE reference_inserts (id " + idType +
+         " PRIMARY KEY, app_id TEXT NOT NULL,"
+         " received_at TEXT NOT NULL, url TEXT NOT NULL, status INTEGER NOT NULL, body TEXT NOT "
+         "NULL,"
+         " idempotency_key TEXT);"
+         "CREATE UNIQUE INDEX reference_inserts_key ON reference_inserts (app_id, idempotency_key)"
+         " WHERE idempotency_key IS NOT NULL;";
+}
+constexpr const char* kReferenceInsert =
+    "INSERT INTO reference_inserts (app_id, received_at, url, status, body, idempotency_key)"
+    " VALUES ('bench', '2024-05-01T10:00:00.000Z', '/v2/api/survey-response', 200, $1, $2)";
+
+// Inserts per second of SQLite alone: one connection, one transaction per insert.
+double sqliteReferenceRate(int bodies) {
+  const RunDatabase database(std::nullopt, 0);
+  sqlite3* db = nullptr;
+  sqlite3_open(database.location().c_str(), &db);
+  executeSql(db, "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
+  executeSql(db, referenceSchema("INTEGER").c_str());
+  const double seconds = timedInParallel(1, bodies, [&](int, int first, int end) {
+    SqliteQuery insert(db, kReferenceInsert);
+    for (int number = first; number < end; ++number)
+      insert.bind("$1", bodyOf(number)).bind("$2", "key-" + std::to_string(number)).run();
+  });
+  sqlite3_close(db);
+  return bodies / seconds;
+}
+
+// Inserts per second of PostgreSQL alone: `clients` connections at once, each insert committed
+// on its own.
+double postgresReferenceRate(const std::string& url, int clients, int bodies) {
+  const RunDatabase database(url, 1000 + clients);
+  std::string error;
+  {
+    auto connection = PgConnection::open(database.location(), error);
+    if (!connection) throw std::runtime_error(error);
+    executePg(connection.get(), referenceSchema("BIGSERIAL").c_str());
+  }
+  const double seconds = timedInParallel(clients, bodies, [&](int, int first, int end) {
+    std::string failure;
+    auto connection = PgConnection::open(database.location(), failure);
+    if (!connection) throw std::runtime_error(failure);
+    for (int number = first; number < end; ++number) {
+      PgQuery(connection.get(), kReferenceInsert)
+          .bind("$1", bodyOf(number))
+          .bind("$2", "key-" + std::to_string(number))
+          .run();
+    }
+  });
+  return bodies / seconds;
+}
+
+struct LoadResult {
+  double postsPerSecond = 0;
+  double p50 = 0, p99 = 0;
+  std::int64_t acknowledged = 0;  // keys acknowledged, each once
+  std::int64_t failed = 0;
+};
+
+// `bodies` posts from `clients` clients to `collectors`; with repeated keys, each key twice.
+LoadResult load(const std::vector<std::unique_ptr<CollectorProcess>>& collectors, int clients,
+                int bodies, bool repeated) {
+  std::vector<std::vector<double>> latencies(static_cast<std::size_t>(clients));
+  std::atomic<std::int64_t> acknowledged{0}, failed{0};
+  const int keys = repeated ? bodies / 2 : bodies;
+  const double seconds = timedInParallel(clients, keys, [&](int client, int first, int end) {
+    const auto count = static_cast<int>(collectors.size());
+    httplib::Client home(collectors[static_cast<std::size_t>(client % count)]->url());
+    httplib::Client next(collectors[static_cast<std::size_t>((client + 1) % count)]->url());
+    home.set_keep_alive(true);
+    home.set_tcp_nodelay(true);
+    next.set_tcp_nodelay(true);
+    next.set_keep_alive(true);
+    home.set_read_timeout(60, 0);
+    next.set_read_timeout(60, 0);
+    auto& mine = latencies[static_cast<std::size_t>(client)];
+    for (int number = first; number < end; ++number) {
+      const std::string body = bodyOf(number);
+      const httplib::Headers headers{{"Idempotency-Key", "key-" + std::to_string(number)}};
+      bool stored = true;
+      for (int attempt = 0; attempt < (repeated ? 2 : 1); ++attempt) {
+        httplib::Client& client = attempt == 0 ? home : next;
+        const auto sent = Clock::now();
+        const auto answer =
+            client.Post("/v2/api/survey-response?appId=bench", headers, body, "application/json");
+        mine.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
+        stored = stored && answer && answer->status == 200;
+      }
+      (stored ? acknowledged : failed)++;
+    }
+  });
+  std::vector<double> all;
+  for (const auto& some : latencies)
+    all.insert(all.end(), some.begin(), some.end());
+  LoadResult result;
+  result.postsPerSecond = static_cast<double>(all.size()) / seconds;
+  result.p50 = percentile(all, 0.50);
+  result.p99 = percentile(all, 0.99);
+  result.acknowledged = acknowledged;
+  result.failed = failed;
+  return result;
+}
+
+std::vector<int> numbersIn(const std::string& list) {
+  std::vector<int> numbers;
+  std::stringstream stream(list);
+  std::string item;
+  while (std::getline(stream, item, ','))
+    numbers.push_back(std::stoi(item));
+  return numbers;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string collector;
+  int bodies = 4000;
+  std::vector<int> clientCounts{8, 32, 128};
+  std::optional<std::string> postgres;
+  if (const char* url = std::getenv("VLQ_TEST_POSTGRESQL"); url && *url) postgres = url;
+  for (int at = 1; at + 1 < argc; at += 2) {
+    const std::string name = argv[at], value = argv[at + 1];
+    if (name == "--collector") {
+      collector = value;
+    } else if (name == "--bodies") {
+      bodies = std::stoi(value);
+    } else if (name == "--clients") {
+      clientCounts = numbersIn(value);
+    } else if (name == "--postgresql") {
+      postgres = value;
+    } else {
+      std::fprintf(stderr, "collector_load: unknown option %s\n", name.c_str());
+      return 2;
+    }
+  }
+  if (collector.empty() || bodies < 2) {
+    std::fprintf(stderr,
+                 "usage: collector_load --collector PATH [--bodies M] [--clients 8,32]"
+                 " [--postgresql URL]\n");
+    return 2;
+  }
+  signal(SIGPIPE, SIG_IGN);
+  bool allKept = true;
+  int run = 0;
+  try {
+    std::vector<std::optional<std::string>> databases{std::nullopt};
+    if (postgres) databases.push_back(postgres);
+    for (const auto& database : databases) {
+      const char* name = database ? "postgresql" : "sqlite";
+      const double sqliteRate = database ? 0 : sqliteReferenceRate(bodies);
+      if (!database)
+        std::printf("load sqlite reference clients=1 inserts_per_s=%.0f\n", sqliteRate);
+      for (const int clients : clientCounts) {
+        const double reference =
+            database ? postgresReferenceRate(*database, clients, bodies) : sqliteRate;
+        if (database) {
+          std::printf("load postgresql reference clients=%d inserts_per_s=%.0f\n", clients,
+                      reference);
+        }
+        for (const int processes : database ? std::vector<int>{1, 3} : std::vector<int>{1}) {
+          for (const bool repeated : {false, true}) {
+            const RunDatabase store(database, ++run);
+            std::vector<std::unique_ptr<CollectorProcess>> collectors;
+            for (int made = 0; made < processes; ++made)
+              collectors.push_back(std::make_unique<CollectorProcess>(collector, store.location()));
+            const LoadResult result = load(collectors, clients, bodies, repeated);
+            collectors.clear();
+            const auto [stored, duplicates] = store.storedAndDuplicates();
+            const bool kept = stored == result.acknowledged && duplicates == 0;
+            allKept = allKept && kept && result.failed == 0;
+            std::printf(
+                "load %s processes=%d keys=%s clients=%d posts_per_s=%.0f ratio=%.2f p50_ms=%.1f"
+                " p99_ms=%.1f acknowledged=%lld stored=%lld duplicates=%lld%s\n",
+                name, processes, repeated ? "repeated" : "unique", clients, result.postsPerSecond,
+                result.postsPerSecond / reference, result.p50, result.p99,
+                static_cast<long long>(result.acknowledged), static_cast<long long>(stored),
+                static_cast<long long>(duplicates), kept ? "" : " LOST-OR-DUPLICATED");
+            std::fflush(stdout);
+          }
+        }
+      }
+    }
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "collector_load: %s\n", e.what());
+    return 2;
+  }
+  return allKept ? 0 : 1;
+}
