@@ -18,6 +18,11 @@ set(VLQ_PKGCONFIG_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # Installed bundles are folders named by bundle identifier; "main" holds the sample application's
 # images, which the plug-in loads from the application's main bundle.
 set(VLQ_BUNDLES_INSTALL_DIR ${CMAKE_INSTALL_DATADIR}/${PROJECT_NAME}/bundles)
+# QML modules, where Qt looks for them on a Debian system when the prefix is /usr; with another
+# prefix, QML_IMPORT_PATH names this folder of it. In the build tree they are gathered in
+# qml/ of the build folder.
+set(VLQ_QML_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/qt6/qml)
+set(VLQ_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml)
 # How an installed program reaches the installed bundles (NSBundle.cpp).
 file(RELATIVE_PATH VLQ_BUNDLES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR}
      ${CMAKE_INSTALL_FULL_DATADIR}/${PROJECT_NAME}/bundles)
@@ -51,6 +56,15 @@ function(vlq_install_library target export_name)
             NAMELINK_COMPONENT development
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
+
+# vlq_install_qml_module(PATH PLUGIN QMLDIR): installs a QML module (its plugin, a MODULE library,
+# and its qmldir file) into PATH (VLQ/Surveys) of the QML folder, with the development files:
+# an application that links the module's library needs it.
+function(vlq_install_qml_module path plugin qmldir)
+  install(TARGETS ${plugin} LIBRARY DESTINATION ${VLQ_QML_INSTALL_DIR}/${path}
+          COMPONENT development)
+  install(FILES ${qmldir} DESTINATION ${VLQ_QML_INSTALL_DIR}/${path} COMPONENT development)
 endfunction()
 
 # vlq_install_program(TARGET): installs an executable as a tool of the runtime package.
@@ -88,7 +102,8 @@ function(vlq_install_package)
   configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/${PROJECT_NAME}Config.cmake.in
     ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}Config.cmake
-    INSTALL_DESTINATION ${VLQ_CMAKE_INSTALL_DIR})
+    INSTALL_DESTINATION ${VLQ_CMAKE_INSTALL_DIR}
+    PATH_VARS VLQ_QML_INSTALL_DIR)
   write_basic_package_version_file(
     ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}ConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
@@ -128,6 +143,15 @@ function(vlq_install_package)
   vlq_install_pkg_config(vlq-qt-backend
     "The Qt backend of the VLQ survey plug-in's toolkit: rendering, text, images, windows"
     "-lvlq_toolkit_qt" "vlq-survey-plugin Qt6Gui" "")
+  vlq_install_pkg_config(vlq-qt-widgets
+    "Surveys over a Qt Widgets application: the VLQ survey plug-in's SurveyOverlay widget"
+    "-lvlq_qt_widgets" "vlq-qt-backend Qt6Widgets" "")
+  # The QML module's plugin finds the item's registration in the application: the link keeps it
+  # and exports it.
+  vlq_install_pkg_config(vlq-qt-quick
+    "Surveys over a Qt Quick application: the SurveyOverlay item of the QML module VLQ.Surveys"
+    "-lvlq_qt_quick -Wl,--undefined=vlq_qt_quick_register_types -Wl,--export-dynamic-symbol=vlq_qt_quick_register_types"
+    "vlq-qt-backend Qt6Quick" "")
 
   # The plug-in's own bundle (its identifier is kSurveyBundle) and the sample application's images.
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/plugin/
