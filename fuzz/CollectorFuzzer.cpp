@@ -1,10 +1,10 @@
 // Fuzz target: the response collector's handling of one request, without a socket. Any method,
-// target, headers and body: a post whose body is not a JSON object (or nests deeper than the
-// reader allows) is answered 400 and stores nothing; an object is stored once, as sent, and
-// answered with the configured status, unless its idempotency key was seen, which gets the first
-// answer again; the listing is always a JSON array.
-
-#include <httplib.h>
+// target, headers and body: a post that is not sent as JSON is answered 415; one whose body is not
+// a JSON object (or nests deeper than the reader allows), whose appId or idempotency key is in
+// doubt, is answered 400; neither stores anything. An object is stored once, as sent, and
+// answered with the configured status, unless its app used its idempotency key before: the same
+// body gets the first answer again, another body 409. Other methods on the post's path get 405;
+// the listing of an app is always a JSON array.
 
 #include <algorithm>
 #include <cctype>
@@ -18,10 +18,11 @@
 #include <vector>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
 
 #include "FuzzChecks.h"
 #include "FuzzInput.h"
-#include "host/JsonDocument.h"
+#include "collector/RequestTarget.h"
 
 namespace {
 
@@ -47,12 +48,16 @@ std::string target(vlq::fuzz::FuzzInput& input) {
   }
 }
 
-// The collector under test, and the status it first answered for each idempotency key. Opening
-// one costs more than handling a request, so one serves many inputs before a fresh one replaces
-// it and its stored bodies.
+// The collector under test, and the first body and answer it stored for each app and idempotency
+// key. Opening one costs more than handling a request, so one serves many inputs before a fresh
+// one replaces it and its stored bodies.
 struct Collector {
+  struct First {
+    std::string body;
+    int status;
+  };
   std::unique_ptr<vlq::collector::CollectorServer> server;
-  std::map<std::string, int> firstStatusOfKey;
+  std::map<std::pair<std::string, std::string>, First> firstOfKey;
 };
 
 Collector& collector(int status) {
@@ -77,6 +82,27 @@ bool sameIgnoringCase(const std::string& a, const std::string& b) {
          });
 }
 
+std::vector<std::string> valuesOf(const vlq::collector::CollectorRequest& request,
+                                  const std::string& name) {
+  std::vector<std::string> values;
+  for (const auto& [field, value] : request.headers) {
+    if (sameIgnoringCase(field, name)) values.push_back(value);
+  }
+  return values;
+}
+
+// One Content-Type field, application/json with or without parameters.
+bool sentAsJson(const vlq::collector::CollectorRequest& request) {
+  const auto types = valuesOf(request, "Content-Type");
+  if (types.size() != 1) return false;
+  std::string type = types.front().substr(0, types.front().find(';'));
+  while (!type.empty() && (type.back() == ' ' || type.back() == '\t'))
+    type.pop_back();
+  while (!type.empty() && (type.front() == ' ' || type.front() == '\t'))
+    type.erase(type.begin());
+  return sameIgnoringCase(type, "application/json");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -90,8 +116,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CollectorRequest request;
   request.method = method(input);
   request.target = target(input);
-  // A header's value is two texts, so it can pass the longest idempotency key taken.
-  for (int headers = input.byte() % 4; headers > 0; --headers) {
+  // Most posts are sent as JSON, as a client does; a header's value is two texts, so it can pass
+  // the longest idempotency key taken.
+  const std::uint8_t headerChoice = input.byte();
+  if ((headerChoice & 4) == 0) request.headers.emplace_back("Content-Type", "application/json");
+  for (int headers = headerChoice % 4; headers > 0; --headers) {
     std::string name = input.text();
     std::string value = input.text();
     value += input.text();
@@ -101,35 +130,41 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const CollectorAnswer answer = server.handle(request);
   const auto stored = server.responses();
-  const std::string path = httplib::detail::decode_url(
-      request.target.substr(0, request.target.find_first_of("?#")), false);
-  if (request.method == "POST" && path == "/v2/api/survey-response") {
-    // Taken when it is JSON text, an object, nested no deeper than the reader allows, and its
-    // idempotency key (if any) is short; stored unless a body with the same key was.
-    std::vector<std::string> keys;
-    for (const auto& [name, value] : request.headers) {
-      if (sameIgnoringCase(name, "Idempotency-Key")) keys.push_back(value);
+  const RequestTarget parsed = parseRequestTarget(request.target);
+  bool appIdInDoubt = false;
+  const std::string appId = parsed.parameter("appId", &appIdInDoubt).value_or("");
+  if (parsed.path == "/v2/api/survey-response") {
+    if (request.method != "POST") {
+      require(answer.status == 405 && stored.size() == storedBefore);
+      return 0;
     }
+    const auto keys = valuesOf(request, "Idempotency-Key");
     const std::string key = keys.empty() ? std::string() : keys.front();
     const Json expected = vlq::fuzz::expectedDocument(request.body, vlq::kMaxJsonDepth);
-    if (key.size() > 255 || !expected.is_object()) {
+    if (appIdInDoubt) {
       require(answer.status == 400 && stored.size() == storedBefore);
-    } else if (keys.size() > 1) {
-      // Which of several such headers counts is the HTTP library's choice.
-      require(stored.size() <= storedBefore + 1);
-    } else if (const auto first = current.firstStatusOfKey.find(key);
-               !key.empty() && first != current.firstStatusOfKey.end()) {
-      require(answer.status == first->second && stored.size() == storedBefore);
+    } else if (!sentAsJson(request)) {
+      require(answer.status == 415 && stored.size() == storedBefore);
+    } else if (keys.size() > 1 || key.size() > 255 || !expected.is_object()) {
+      require(answer.status == 400 && stored.size() == storedBefore);
+    } else if (const auto first = current.firstOfKey.find({appId, key});
+               !key.empty() && first != current.firstOfKey.end()) {
+      require(answer.status == (first->second.body == request.body ? first->second.status : 409));
+      require(stored.size() == storedBefore);
     } else {
       require(answer.status == status);
-      require(stored.size() == storedBefore + 1 && stored.back().body == expected);
-      if (!key.empty()) current.firstStatusOfKey.emplace(key, status);
+      require(stored.size() == storedBefore + 1 && stored.back().body == expected &&
+              stored.back().appId == appId);
+      if (!key.empty())
+        current.firstOfKey.emplace(std::pair{appId, key}, Collector::First{request.body, status});
     }
     return 0;
   }
   require(stored.size() == storedBefore);
-  if ((request.method == "GET" || request.method == "HEAD") && path == "/v2/api/survey-responses") {
-    require(answer.status == 200 && Json::parse(answer.body).is_array());
+  const bool reads = request.method == "GET" || request.method == "HEAD";
+  if (reads && parsed.path == "/v2/api/survey-responses" && answer.status == 200) {
+    require(!appIdInDoubt && parsed.parameter("appId").has_value());
+    require(Json::parse(answer.body).is_array());
   }
   return 0;
 }

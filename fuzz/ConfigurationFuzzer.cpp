@@ -1,7 +1,8 @@
 // Fuzz target: the configuration document. The input's first line is a trigger id and the rest
 // is the configuration file, byte for byte. The plug-in reads the file through the reference
 // host's utilities and looks the id up, and every record is built from each entry with that id,
-// as the invitation and the survey page build them.
+// as the invitation and the survey page build them. The reference host's targeting rules are read
+// from the same document and the id judged as an application event.
 
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/Log.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
@@ -22,7 +24,7 @@
 #include <vlq/toolkit/VirtualRunLoop.h>
 
 #include "FuzzChecks.h"
-#include "host/JsonDocument.h"
+#include "host/reference/TargetingRules.h"
 #include "model/DialogConfig.h"
 #include "model/VLQQuestionsModel.h"
 #include "plugin/VLQSurveyPluginImpl.h"
@@ -79,6 +81,28 @@ void buildRecords(const Json& ui) {
   }
 }
 
+// The reference host's rules for when a survey is due, read from the same document: the id is
+// judged as an application event. Whatever the document holds, every rule has a sensible value.
+void judgeAsApplicationEvent(const Json& document, const std::string& eventName) {
+  const auto rules = reference::TargetingRules::fromDocument(document);
+  require(rules.recontactDays >= 0);
+  const Json user = {{"plan", "pro"}};
+  for (std::size_t index = 0; index < rules.surveys.size(); ++index) {
+    const auto& survey = rules.surveys[index];
+    require(rules.find(survey.surveyId) == &survey);
+    require(survey.samplePercent >= 0 && survey.samplePercent <= 100);
+    require(survey.limit >= 0 && rules.waitingDaysFor(survey) >= 0);
+    for (const auto& event : survey.events)
+      require(!event.empty());
+    if (!survey.listensTo(eventName)) continue;
+    reference::DeviceSituation situation;
+    situation.deviceId = eventName;
+    situation.userAttributes = &user;
+    situation.lastOtherTargetedShowing = 0;
+    reference::judgeSurvey(rules, survey, {}, situation);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -119,6 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t scheduled = host->takeDelayed().size();
   require(scheduled >= withUi && scheduled <= sameId);
   if (scheduled > 0) buildRecords(plugin->dialogDictionary());
+  judgeAsApplicationEvent(document, id);
   VLQController::installSharedController(nullptr);
   return 0;
 }

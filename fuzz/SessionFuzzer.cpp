@@ -9,8 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/host/JsonDocument.h>
+
 #include "SessionActions.h"
-#include "host/JsonDocument.h"
 
 namespace {
 

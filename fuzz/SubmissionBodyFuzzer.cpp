@@ -9,9 +9,10 @@
 #include <memory>
 #include <string>
 
+#include <vlq/host/JsonDocument.h>
+
 #include "FuzzChecks.h"
 #include "FuzzInput.h"
-#include "host/JsonDocument.h"
 #include "model/SubmissionBody.h"
 
 namespace {

@@ -1,16 +1,14 @@
 #pragma once
 
-// The check that a posted body is a JSON object.
+// The check that a posted body is a JSON object, made without building the document, so that a
+// large body costs no more memory than its text.
 
-#include <optional>
 #include <string_view>
-
-#include <vlq/host/JsonValue.h>
 
 namespace vlq::collector {
 
-// The parsed object, or none when `text` is not JSON, is JSON but not an object, or nests deeper
-// than the JSON reader allows.
-std::optional<Json> parseJsonObject(std::string_view text);
+// True when `text` is one JSON object that the document reader accepts: valid UTF-8, no NUL
+// byte, nested no deeper than kMaxJsonDepth.
+bool isJsonObject(std::string_view text);
 
 }  // namespace vlq::collector

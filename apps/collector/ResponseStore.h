@@ -1,53 +1,95 @@
 #pragma once
 
-// The collector's SQLite table of received bodies.
+// Where the collector keeps the bodies it was posted, whatever the database.
 //
-// One connection, guarded by a mutex, serves every server thread. Bodies are kept as the text
-// that arrived and parsed again when read, so what is listed is what the client sent. An
-// idempotency key, when a post carries one, is unique: no two records share it.
+// A store keeps each body as the text that arrived, so that what is listed is what the client
+// sent. A body's idempotency key, when it has one, is unique within its app: the store decides,
+// in one step with the insert, whether a key is new, a repeat of the same body or a conflict, so
+// that several threads (or processes, where the database allows) never store a key twice.
 
-#include <sqlite3.h>
-
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <vlq/collector/StoredResponse.h>
 
 namespace vlq::collector {
 
+// A body to store, as it was received.
+struct IncomingResponse {
+  std::string appId;
+  std::string receivedAt;
+  std::string url;
+  int status = 0;
+  // The body's text, held by the caller until store() returns.
+  std::string_view bodyText;
+  // Empty: none.
+  std::string idempotencyKey;
+};
+
+struct StoreResult {
+  enum class Outcome {
+    stored,    // kept under a new id
+    repeated,  // the app stored the same body under this key before: its id and status
+    conflict,  // the app stored another body under this key: its id
+    failed,    // the database refused: `error` says why; nothing was kept
+  };
+  Outcome outcome = Outcome::failed;
+  std::int64_t id = 0;
+  int status = 0;
+  std::string error;
+};
+
+// One page of an app's bodies, as their stored text.
+struct ResponsePage {
+  struct Entry {
+    std::int64_t id = 0;
+    std::string bodyText;
+  };
+  std::vector<Entry> entries;
+  // True when the app has bodies after the last one of this page.
+  bool more = false;
+};
+
 class ResponseStore {
  public:
-  // Opens (creating when missing) the database at `path`, or an in-memory one when `path` is
-  // empty. Returns null and fills `error` when the file cannot be opened or is not a usable
-  // database.
-  static std::unique_ptr<ResponseStore> open(const std::string& path, std::string& error);
+  virtual ~ResponseStore() = default;
 
-  ~ResponseStore();
-  ResponseStore(const ResponseStore&) = delete;
-  ResponseStore& operator=(const ResponseStore&) = delete;
+  // Keeps `response` durably, or finds the body already kept under its key; returns once the
+  // database has it for good. May be called from many threads at once.
+  virtual StoreResult store(const IncomingResponse& response) = 0;
 
-  // Stores one body, under `idempotencyKey` unless it is empty; returns its id, or none with
-  // `error` filled when SQLite refuses (a full disk, a read-only file, a key already stored).
-  std::optional<std::int64_t> insert(const std::string& appId, const std::string& receivedAt,
-                                     const std::string& url, int status,
-                                     const std::string& bodyText, const std::string& idempotencyKey,
-                                     std::string& error);
-  // The record stored under `idempotencyKey`, if any.
-  std::optional<StoredResponse> findByKey(const std::string& idempotencyKey) const;
+  // The app's bodies with ids above `after`, oldest first: at most `limit` of them, and no more
+  // than about `maxBytes` of text (but at least one).
+  virtual ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
+                            std::size_t maxBytes) const = 0;
 
-  // The stored records in storage order: those of `appId` when given, otherwise all. A body
-  // whose stored text no longer parses (the file was edited by hand) reads as null.
-  std::vector<StoredResponse> list(const std::optional<std::string>& appId) const;
+  // Every stored record, oldest first: those of `appId` when given. A body whose text no longer
+  // parses (the database was edited by hand) reads as null.
+  virtual std::vector<StoredResponse> all(const std::optional<std::string>& appId) const = 0;
+
+  // Called with each newly stored record once it is kept for good, before store() returns for
+  // it; one call at a time, in id order. Set it before the store is shared between threads.
+  void setStoredListener(std::function<void(const StoredResponse&)> listener) {
+    storedListener_ = std::move(listener);
+  }
+
+ protected:
+  void announceStored(const StoredResponse& response) const {
+    if (storedListener_) storedListener_(response);
+  }
 
  private:
-  explicit ResponseStore(sqlite3* db) : db_(db) {}
-
-  mutable std::mutex mutex_;
-  sqlite3* db_;  // guarded by mutex_ after construction
+  std::function<void(const StoredResponse&)> storedListener_;
 };
+
+// Opens the store that `location` names: an SQLite file path, or ":memory:". Returns null and
+// fills `error` when it cannot be opened or is not a usable database.
+std::unique_ptr<ResponseStore> openResponseStore(const std::string& location, std::string& error);
 
 }  // namespace vlq::collector

@@ -2,8 +2,10 @@
 
 #include <map>
 
-#include "host/JsonDocument.h"
+#include <vlq/host/JsonDocument.h>
+
 #include "lint/SurveyLint.h"
+#include "lint/TargetingLint.h"
 #include "model/SurveyEntry.h"
 
 namespace vlq::lint {
@@ -142,6 +144,7 @@ LintReport lintConfiguration(std::string_view text) {
                    std::string(kStuck) + ".");
   }
   lintEntries(configs, report);
+  lintTargeting(*document, report);
   return report;
 }
 

@@ -45,6 +45,10 @@ struct SurveySummary {
   bool invitation = false;
   double delaySeconds = 0;
   std::vector<QuestionSummary> questions;  // the ones the plug-in keeps, in order
+  // When the reference host makes the survey due, in one line, and its targeting rules as the
+  // host reads them (null for a survey without targeting).
+  std::string due;
+  Json targeting;
 };
 
 struct LintReport {

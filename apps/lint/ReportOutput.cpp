@@ -16,19 +16,23 @@ std::string count(std::size_t number, const std::string& noun) {
   return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
 
+// Text is appended rather than built as a literal + a temporary string, which GCC 12 at -O3
+// wrongly warns may copy over itself (-Wrestrict).
 void appendQuestion(std::string& text, std::size_t number, const QuestionSummary& question) {
   // The title as the header shows it: anything but a string leaves the header empty.
   const std::string title =
       question.title.is_string() ? quoted(question.title.get<std::string>()) : "(no title)";
-  const std::string id = isMissing(question.id) ? "no id" : "id " + shownValue(question.id);
+  const std::string id =
+      isMissing(question.id) ? "no id" : std::string("id ").append(shownValue(question.id));
   const std::string mode = isMissing(question.mode) ? "no answer mode" : shownValue(question.mode);
-  text += "  " + std::to_string(number) + ". " + title + " (" + id + ", " + mode;
+  text += "  ";
+  text += std::to_string(number) + ". " + title + " (" + id + ", " + mode;
   if (question.required) text += ", required";
   if (question.randomized) text += ", shuffled with any \"Other\" last";
   text += ")\n";
   for (const auto& row : question.rows) {
     text += "       " + row.kind;
-    if (row.text) text += " " + quoted(*row.text);
+    if (row.text) text.append(" ").append(quoted(*row.text));
     if (row.kind == "other") text += " (a free-text field)";
     if (row.kind == "rating") text += " (five smileys)";
     if (row.kind == "blank") text += " (an empty row)";
@@ -65,6 +69,8 @@ Json reportJson(const LintReport& report) {
     surveys.push_back({{"id", survey.id},
                        {"invitation", survey.invitation},
                        {"delay_seconds", survey.delaySeconds},
+                       {"due", survey.due},
+                       {"targeting", survey.targeting},
                        {"questions", std::move(questions)}});
   }
   Json findings = Json::array();
@@ -87,12 +93,14 @@ std::string reportText(const LintReport& report) {
   }
   for (const auto& survey : report.surveys) {
     if (!text.empty()) text += "\n";
-    text += "survey " + quoted(survey.id) + ": " +
+    text += "survey ";
+    text += quoted(survey.id) + ": " +
             (survey.invitation ? "invitation after " : "opens directly after ") +
             formatSeconds(survey.delaySeconds) + " s, " +
             (survey.questions.empty() ? "no questions: the screen comes back at once"
                                       : count(survey.questions.size(), "question")) +
             "\n";
+    if (!survey.due.empty()) text += "  due " + survey.due + "\n";
     for (std::size_t index = 0; index < survey.questions.size(); ++index)
       appendQuestion(text, index + 1, survey.questions[index]);
   }

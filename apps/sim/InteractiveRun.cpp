@@ -9,11 +9,11 @@
 #include <limits>
 #include <memory>
 
+#include <vlq/host/JsonDocument.h>
 #include <vlq/qt/MainQueuePump.h>
 #include <vlq/qt/ScreenWindow.h>
 #include <vlq/toolkit/UIWindow.h>
 
-#include "host/JsonDocument.h"
 #include "model/SurveyEntry.h"
 
 namespace vlq::sim {

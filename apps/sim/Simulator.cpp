@@ -7,8 +7,8 @@
 #include <random>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/Log.h>
-#include <vlq/host/VLQDiagnosticsListener.h>
 #include <vlq/host/VLQEvent.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/ReferenceHost.h>
@@ -24,9 +24,8 @@
 #include <vlq/toolkit/UIWindow.h>
 #include <vlq/toolkit/VirtualRunLoop.h>
 
-#include "host/JsonDocument.h"
-#include "sim/DemoAppScreen.h"
 #include "sim/StateDump.h"
+#include "toolkit/text/Utf8.h"
 #include "ui/JsonText.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -60,33 +59,6 @@ std::filesystem::path makeWorkDirectory() {
   }
   return {};
 }
-
-// UTF-8 text split into characters, so that "keys" types one character per key press.
-std::vector<std::string> characters(const std::string& text) {
-  std::vector<std::string> result;
-  for (std::size_t at = 0; at < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    length = std::min(length, text.size() - at);
-    result.push_back(text.substr(at, length));
-    at += length;
-  }
-  return result;
-}
-
-// Prints each decision of the plug-in's trigger trace as {"kind": "trace", "step": ..., ...}.
-class TraceLines : public VLQDiagnosticsListener {
- public:
-  explicit TraceLines(Output& output) : output_(output) {}
-  void triggerTraced(const TriggerTrace& trace) override {
-    Json line{{"kind", "trace"}};
-    line.update(describeTriggerTrace(trace));
-    output_.line(line);
-  }
-
- private:
-  Output& output_;
-};
 
 }  // namespace
 
@@ -139,27 +111,6 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
   });
   if (options_.seed) setCurrentRandomSource(std::make_shared<SeededRandomSource>(*options_.seed));
 
-  reference::ReferenceHostOptions hostOptions;
-  hostOptions.libraryDirectory = (workDirectory_ / "Library").string();
-  hostOptions.serviceAddress = collector_->baseUrl();
-  // The host's sync copies the document byte for byte into the Library directory.
-  hostOptions.syncSource = std::filesystem::absolute(options_.configPath).string();
-  hostOptions.settingsFile = options_.hostPath;
-  // The retry delays are drawn from a source of their own, so that retries never change the
-  // shuffle of the choices.
-  hostOptions.retrySeed = options_.seed;
-  hostOptions.log = [this](const std::string& message) { output_.message(message); };
-  std::filesystem::create_directories(hostOptions.libraryDirectory);
-  host_ = reference::ReferenceHost::create(hostOptions);
-  if (!host_) {
-    output_.message("cannot start the host");
-    return false;
-  }
-  host_->setEventObserver([this](const std::string& name, const Json& info) {
-    output_.line(Json{{"kind", "event"}, {"name", name}, {"info", info}});
-  });
-  host_->install();
-
   // The application's images and the plug-in's own bundle, from the source tree while it is
   // there; an installed simulator without it uses the bundles installed beside it.
   std::error_code noResources;
@@ -170,12 +121,7 @@ bool Simulator::start(std::shared_ptr<RunLoop> mainLoop) {
 
   window_ = std::make_shared<UIWindow>(CGRectMake(0, 0, kPhoneWidth, kPhoneHeight));
   window_->setWindowSafeAreaInsets({47, 0, 34, 0});
-  window_->setRootViewController(std::make_shared<DemoAppScreen>());
-  window_->makeKeyAndVisible();
-
-  plugin_ = plugin::VLQSurveyPlugin::create();
-  if (options_.trace) plugin_->setDiagnosticsListener(std::make_shared<TraceLines>(output_));
-  plugin_->initialize(Json());
+  if (!launchApplication()) return false;
   settle();
   return true;
 }
@@ -220,7 +166,12 @@ void Simulator::perform(const ScriptLine& line) {
     output_.note("line " + std::to_string(line.number) + ": wrong arguments for \"" + action +
                  "\"");
   };
-  if (action == "trigger") {
+  if (action == "track") {
+    trackAction(line);
+  } else if (action == "restart") {
+    if (words.size() != 1) return wrongArguments();
+    restart();
+  } else if (action == "trigger") {
     if (words.size() != 2) return wrongArguments();
     host_->raiseEvent(VLQEvent(kSurveyTriggerEvent, Json{{"id", words[1]}}));
   } else if (action == "event") {
@@ -369,7 +320,7 @@ void Simulator::keyAction(const std::string& action, const std::vector<std::stri
   auto* field = dynamic_cast<UIKeyInput*>(window_->firstResponder().get());
   if (!field) return output_.note(action + ": no field is being edited");
   if (action == "type" || action == "keys") {
-    for (const auto& character : characters(words[1]))
+    for (const auto character : toolkit::utf8::characters(words[1]))
       field->insertText(character);
     if (action == "type") field->insertText("\n");
   } else if (action == "paste") {

@@ -53,7 +53,7 @@ struct SimulatorOptions {
   std::optional<std::uint32_t> seed;
   std::string screenshotDirectory;  // empty: no screenshots
   double scale = 3;
-  // Prints the plug-in's trigger trace as "trace" lines.
+  // Prints the trigger trace (the plug-in's and the host's steps) as "trace" lines.
   bool trace = false;
   // Adds the screen's accessibility elements to every state line.
   bool a11y = false;
@@ -81,6 +81,14 @@ class Simulator {
   const std::shared_ptr<toolkit::UIWindow>& window() const { return window_; }
 
  private:
+  // The application's launch on the phone: a new host on the run's Library directory, the
+  // application's screen on the window, a new plug-in, initialised. False, with a message, when
+  // the host cannot start.
+  bool launchApplication();
+  // "restart": the application's process ends and launches again on the same Library directory.
+  void restart();
+  // "track NAME [JSON]": the application reports an event to the host.
+  void trackAction(const ScriptLine& line);
   void tapView(const std::shared_ptr<toolkit::UIView>& view, const std::string& what);
   void tapRow(std::int64_t row, const std::string& what);
   void tapAction(const std::vector<std::string>& words);

@@ -1,7 +1,7 @@
-#include "host/JsonDocument.h"
-
 #include <algorithm>
 #include <new>
+
+#include <vlq/host/JsonDocument.h>
 
 #include "host/JsonTreeBuilder.h"
 

@@ -5,27 +5,32 @@
 
 #include <vlq/host/Log.h>
 
+#include "toolkit/platform/ServiceSlot.h"
+
 namespace vlq {
 
 std::atomic<std::uint64_t> LOG_LEVEL{0};
 
 namespace {
 
-std::mutex& sinkMutex() {
+// The installed sink; none writes to standard error.
+toolkit::ServiceSlot<const LogSink>& sinks() {
+  static toolkit::ServiceSlot<const LogSink> slot;
+  return slot;
+}
+
+// Held while a line is written and while the sink changes, so that a sink sees one line at a time
+// and never a line after it was replaced.
+std::mutex& writing() {
   static std::mutex mutex;
   return mutex;
 }
 
-LogSink& installedSink() {
-  static LogSink sink;
-  return sink;
-}
-
 void writeText(const std::string& text) {
-  std::lock_guard lock(sinkMutex());
-  if (installedSink()) {
+  std::lock_guard lock(writing());
+  if (const auto sink = sinks().get()) {
     try {
-      installedSink()(text);
+      (*sink)(text);
     } catch (...) {
       // A failing sink loses the line; logging never takes its caller down.
     }
@@ -46,8 +51,10 @@ void writeLine(std::string_view level, std::string_view message, std::string_vie
 }  // namespace
 
 LogSink setLogSink(LogSink sink) {
-  std::lock_guard lock(sinkMutex());
-  return std::exchange(installedSink(), std::move(sink));
+  std::lock_guard lock(writing());
+  const auto replaced =
+      sinks().install(sink ? std::make_shared<const LogSink>(std::move(sink)) : nullptr);
+  return replaced ? *replaced : LogSink();
 }
 
 void logInfo(std::string_view message, std::string_view function, int line) {

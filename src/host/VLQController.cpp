@@ -2,16 +2,30 @@
 
 #include <vlq/host/VLQController.h>
 
-#include "host/HostSingleton.h"
+#include "toolkit/platform/ServiceSlot.h"
 
 namespace vlq {
+namespace {
+
+// The installed host, or this class itself: the null host.
+toolkit::ServiceSlot<VLQController>& controllers() {
+  static toolkit::ServiceSlot<VLQController> slot(std::make_shared<VLQController>());
+  return slot;
+}
+
+}  // namespace
+
 std::shared_ptr<VLQController> VLQController::sharedController() {
-  return HostSingleton<VLQController>::slot().get();
+  return controllers().get();
 }
 
 std::shared_ptr<VLQController> VLQController::installSharedController(
     std::shared_ptr<VLQController> host) {
-  return HostSingleton<VLQController>::slot().install(std::move(host));
+  return controllers().install(std::move(host));
+}
+
+std::shared_ptr<VLQController> VLQController::uninstallSharedController(const VLQController* host) {
+  return controllers().uninstall(host);
 }
 
 void VLQController::getSyncDataForActionType(const std::string&, const std::string&,

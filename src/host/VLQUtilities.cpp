@@ -2,19 +2,33 @@
 
 #include <vlq/host/VLQUtilities.h>
 
-#include "host/HostSingleton.h"
+#include "toolkit/platform/ServiceSlot.h"
 
 namespace vlq {
+namespace {
+
+// The installed utilities, or this class itself: no document, no window.
+toolkit::ServiceSlot<VLQUtilities>& utilities() {
+  static toolkit::ServiceSlot<VLQUtilities> slot(std::make_shared<VLQUtilities>());
+  return slot;
+}
+
+}  // namespace
+
 Json VLQUtilities::readConfig(const std::string& path) {
-  return HostSingleton<VLQUtilities>::slot().get()->readConfigAtPath(path);
+  return utilities().get()->readConfigAtPath(path);
 }
 
 std::shared_ptr<toolkit::UIWindow> VLQUtilities::keyWindow() {
-  return HostSingleton<VLQUtilities>::slot().get()->currentKeyWindow();
+  return utilities().get()->currentKeyWindow();
 }
 
-std::shared_ptr<VLQUtilities> VLQUtilities::installShared(std::shared_ptr<VLQUtilities> utilities) {
-  return HostSingleton<VLQUtilities>::slot().install(std::move(utilities));
+std::shared_ptr<VLQUtilities> VLQUtilities::installShared(std::shared_ptr<VLQUtilities> installed) {
+  return utilities().install(std::move(installed));
+}
+
+std::shared_ptr<VLQUtilities> VLQUtilities::uninstallShared(const VLQUtilities* installed) {
+  return utilities().uninstall(installed);
 }
 
 Json VLQUtilities::readConfigAtPath(const std::string&) {

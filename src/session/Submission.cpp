@@ -11,7 +11,6 @@
 #include <vlq/toolkit/UIWindow.h>
 
 #include "model/SubmissionBody.h"
-#include "session/ButtonTitles.h"
 #include "session/VLQSurveySession.h"
 
 namespace vlq::session {
@@ -32,7 +31,7 @@ Json answerIdentifier(const VLQAnswer& answer) {
 }  // namespace
 
 void VLQSurveySession::submitButtonTapped(toolkit::UIButton*) {
-  if (titleLabelText(submitButton_.get()) == kNextTitle) {
+  if (!largeButtonSubmits_) {
     const auto question = currentQuestion();
     Json answers = Json::array();
     if (responseModel_) {

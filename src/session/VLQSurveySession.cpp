@@ -51,9 +51,7 @@ bool VLQSurveySession::loadQuestions() {
   questionsCount_ = questions_ ? questions_->questionsArray().size() : 0;
   setInitialQuestionCount(static_cast<std::int32_t>(questionsCount_));
   tapCount_ = 0;
-  if (questionsCount_ == 1 && submitButton_) {
-    submitButton_->setTitle(kSubmitTitle, toolkit::UIControlState::Normal);
-  }
+  if (questionsCount_ == 1) setLargeButtonSubmits(true);
   responseModelArray_.clear();
   for (std::int32_t index = 0; index < initialQuestionCount(); ++index) {
     responseModel_ = std::make_shared<VLQSurveyResponseModel>();
@@ -86,6 +84,13 @@ void VLQSurveySession::setSubmitEnabled(bool enabled) {
   submitButton_->layer().setOpacity(enabled ? 1.0F : kDisabledOpacity);
 }
 
+void VLQSurveySession::setLargeButtonSubmits(bool submits) {
+  largeButtonSubmits_ = submits;
+  if (submitButton_) {
+    submitButton_->setTitle(submits ? kSubmitTitle : kNextTitle, toolkit::UIControlState::Normal);
+  }
+}
+
 void VLQSurveySession::setProgress(float progress) {
   if (vlqSurveyProgressView_) vlqSurveyProgressView_->setProgress(progress);
 }
@@ -107,16 +112,14 @@ void VLQSurveySession::reloadWithoutSelection() {
 }
 
 void VLQSurveySession::finishMove() {
-  if (submitButton_) {
-    const bool last = tapCount_ + 1 == initialQuestionCount();
-    submitButton_->setTitle(last ? kSubmitTitle : kNextTitle, toolkit::UIControlState::Normal);
-  }
+  setLargeButtonSubmits(tapCount_ + 1 == initialQuestionCount());
   toggleSubmitButton();
   randomizeChoices(currentQuestion());
 }
 
 void VLQSurveySession::nextButtonTapped(toolkit::UIButton* sender) {
-  if (sender && titleLabelText(sender) == kSkipTitle) {
+  // Only the "Skip" button's own press is a skip; the large button steps on without one.
+  if (sender && sender == nextButton_.get()) {
     const auto question = currentQuestion();
     info_["where"] = describe(question ? question->questionTitle() : missingValue()) + "+" +
                      std::to_string(questionsCount_);

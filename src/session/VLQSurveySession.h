@@ -85,6 +85,9 @@ class VLQSurveySession : public toolkit::UIViewController,
                                  toolkit::NSIndexPath indexPath) override;
 
   // The session's state.
+  // Whether the large button submits (on the last question, or in a survey of one question); it
+  // steps to the next question otherwise. Its title says which.
+  bool largeButtonSubmits() const { return largeButtonSubmits_; }
   std::uint64_t questionsCount() const { return questionsCount_; }
   std::int32_t tapCount() const { return tapCount_; }
   const std::vector<std::shared_ptr<VLQSurveyResponseModel>>& responseModelArray() const {
@@ -170,6 +173,7 @@ class VLQSurveySession : public toolkit::UIViewController,
   std::optional<std::string> successMessage_;
   std::shared_ptr<SurveyProtocol> surveyPlugin_;
 
+  bool largeButtonSubmits_ = false;
   std::uint64_t questionsCount_ = 0;
   std::int32_t tapCount_ = 0;
   std::vector<std::shared_ptr<VLQSurveyResponseModel>> responseModelArray_;
@@ -192,6 +196,8 @@ class VLQSurveySession : public toolkit::UIViewController,
 
  private:
   void setSubmitEnabled(bool enabled);
+  // Makes the large button submit, or step on, and titles it so.
+  void setLargeButtonSubmits(bool submits);
   void setProgress(float progress);
   // (initial count - questions left) / initial count, in single precision.
   float progressForPosition() const;

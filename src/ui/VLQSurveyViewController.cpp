@@ -9,6 +9,7 @@
 #include <vlq/toolkit/NSLayoutConstraint.h>
 #include <vlq/toolkit/UIFont.h>
 
+#include "session/ButtonTitles.h"
 #include "ui/SuccessCard.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -82,12 +83,12 @@ void VLQSurveyViewController::viewDidLoad() {
   submitButton_ = std::make_shared<UIButton>();
   submitButton_->layer().setCornerRadius(10);
   submitButton_->setClipsToBounds(true);
-  submitButton_->setTitle("Next", UIControlState::Normal);
+  submitButton_->setTitle(session::kNextTitle, UIControlState::Normal);
   submitButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 16));
 
   nextButton_ = std::make_shared<UIButton>();
   nextButton_->setTitleColor(UIColor::lightGrayColor(), UIControlState::Normal);
-  nextButton_->setTitle("Skip", UIControlState::Normal);
+  nextButton_->setTitle(session::kSkipTitle, UIControlState::Normal);
   nextButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 13));
   nextButton_->addTarget(this, &VLQSurveyViewController::nextButtonTapped,
                          UIControlEvents::TouchUpInside);

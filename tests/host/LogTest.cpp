@@ -2,6 +2,8 @@
 
 #include <limits>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -33,10 +35,25 @@ TEST(LogTest, InfoLinesAreWrittenAtEveryLevelAndDebugLinesOnlyAtZeroAndOne) {
   }
 }
 
-TEST(LogTest, ASinkThatThrowsLosesTheLineButNotTheCaller) {
-  const LogSink previous = setLogSink([](std::string_view) { throw std::runtime_error("full"); });
-  EXPECT_NO_THROW(logInfo("message", "function", 1));
-  setLogSink(previous);
+TEST(LogTest, ASinkThatThrowsLosesThatLineAndNothingElse) {
+  // The sink fails on some lines, with an exception of the standard library's or of any type.
+  std::vector<std::string> received;
+  const LogSink previous = setLogSink([&](std::string_view line) {
+    if (line.find("full") != std::string_view::npos) throw std::runtime_error("disk full");
+    if (line.find("odd") != std::string_view::npos) throw 42;
+    received.emplace_back(line);
+  });
+  EXPECT_NO_THROW(logInfo("full", "first", 1));
+  EXPECT_NO_THROW(logLine("odd"));
+  // The sink stays installed and hears the next lines.
+  logInfo("kept", "second", 2);
+  logLine("also kept");
+  EXPECT_EQ(received, (std::vector<std::string>{"<VLQ INFO> kept second:2\n", "also kept\n"}));
+  // The sink it replaced comes back whole.
+  const LogSink replaced = setLogSink(previous);
+  received.clear();
+  replaced("direct\n");
+  EXPECT_EQ(received, std::vector<std::string>{"direct\n"});
 }
 
 TEST(LogTest, LinesFromManyThreadsArriveWholeWhileTheLevelChanges) {

@@ -130,6 +130,28 @@ TEST_F(PluginTest, DocumentsNestedTooDeepReadAsUnreadableWhereverTheDepthIs) {
   }
 }
 
+TEST_F(PluginTest, ADocumentNestedAsDeepAsThePlatformReadsShowsItsSurvey) {
+  // The document, "configs", the entry and its "ui" are four levels; a value in "ui" nests the
+  // rest. 512 levels in all are read, as the platform reads them; 513 are not.
+  const auto document = [](std::size_t levels) {
+    const std::string entry = kRoundEntry.dump();
+    return "{\"configs\": [" + entry.substr(0, entry.size() - 2) +
+           ", \"deep\": " + std::string(levels - 4, '[') + std::string(levels - 4, ']') + "}}]}";
+  };
+  std::ofstream(library / std::string(kSurveyConfigLocation)) << document(513);
+  plugin->initialize({});
+  const auto completion = host->takeSyncCompletion();
+  completion();
+  EXPECT_TRUE(plugin->surveyConfig().is_null());
+
+  std::ofstream(library / std::string(kSurveyConfigLocation)) << document(512);
+  completion();
+  ASSERT_FALSE(plugin->surveyConfig().is_null());
+  trigger("s1");
+  EXPECT_EQ(runDelayed(), 1u);
+  EXPECT_EQ(host->eventNames().back(), "vlq_survey_dialog_launched");
+}
+
 TEST_F(PluginTest, WithoutAKeyWindowNothingShowsAndThePluginStaysBusy) {
   initializeWith(Json{{"configs", Json::array({kRoundEntry})}});
   auto other = std::make_shared<UIWindow>();

@@ -45,9 +45,10 @@ TEST_F(SurveyPageTest, SingleChoiceKeepsTheLastTapAndComesBackSelected) {
   };
   // The chosen card looks chosen again; the others, recycled from the question before, look
   // fresh.
-  EXPECT_EQ(optionRow(1)->bgView()->backgroundColor(), VLQSurveyOptionCell::kSelectedCardColor);
+  EXPECT_EQ(optionRow(1)->bgView()->backgroundColor(), UIColor::rgb255(209, 76, 86));
+  EXPECT_EQ(optionRow(1)->optionLabel()->textColor(), UIColor::whiteColor());
   EXPECT_EQ(optionRow(0)->bgView()->backgroundColor(), UIColor::whiteColor());
-  EXPECT_EQ(optionRow(0)->optionLabel()->textColor(), VLQSurveyOptionCell::kFreshTextColor);
+  EXPECT_EQ(optionRow(0)->optionLabel()->textColor(), UIColor::rgb255(135, 135, 135));
   // Tapping the other row moves the answer over.
   tapRow(2);
   EXPECT_EQ(answerIds(*record), std::vector<std::string>{"c3"});

@@ -36,6 +36,33 @@ TEST_F(SurveyPageTest, SkipLogsWhereItWasPressedAndCountsAsAStep) {
             (Json{{"survey_id", "s-42"}, {"where", "How did we do?+3"}}));
 }
 
+// The buttons' titles are presentation: translated ones change nothing the buttons do.
+TEST_F(SurveyPageTest, TheButtonsActAlikeWhateverTheirTitlesSay) {
+  show(Json::parse(R"({"questions": [
+    {"id": "1", "title": "First", "answer_mode": "single_choice",
+     "choices": [{"id": "a", "value": "A"}]},
+    {"id": "2", "title": "Last", "answer_mode": "single_choice",
+     "choices": [{"id": "b", "value": "B"}]}]})"));
+  page->nextButton()->setTitle("Weiter ohne Antwort", UIControlState::Normal);
+  page->submitButton()->setTitle("Skip", UIControlState::Normal);
+  EXPECT_FALSE(page->largeButtonSubmits());
+  tapRow(0);
+  ASSERT_TRUE(tap(page->submitButton()));
+  // A step with an answer, not a skip, although the large button read "Skip".
+  EXPECT_EQ(page->tapCount(), 1);
+  EXPECT_EQ(host->events().back().name, "vlq_survey_+First");
+  EXPECT_TRUE(page->largeButtonSubmits());
+
+  ASSERT_TRUE(tap(page->cancelButton()));
+  page->submitButton()->setTitle("Submit Feedback", UIControlState::Normal);
+  ASSERT_TRUE(tap(page->nextButton()));
+  EXPECT_EQ(host->events().back().name, "vlq_survey_skip_button_clicked");
+  tapRow(0);
+  page->submitButton()->setTitle("Next", UIControlState::Normal);
+  ASSERT_TRUE(tap(page->submitButton()));
+  EXPECT_EQ(host->posts().size(), 1u);
+}
+
 TEST_F(SurveyPageTest, OneQuestionSurveySubmitsFromTheStartAndSkipOnlyFillsTheBar) {
   show(Json::parse(R"({"questions": [{"id": "1", "title": "Only", "answer_mode": "single_choice",
                        "choices": [{"id": "a", "value": "A"}]}]})"));

@@ -8,24 +8,13 @@
 
 #include <vlq/toolkit/UIWindow.h>
 
+#include "toolkit/SizedView.h"
 #include "toolkit/constraints/LayoutEngine.h"
 
 namespace vlq::toolkit {
 namespace {
 
-// A view whose content wants a size that can change, as a label's does with its text.
-class SizedView : public UIView {
- public:
-  explicit SizedView(CGSize size) : size_(size) {}
-  CGSize intrinsicContentSize() const override { return size_; }
-  void setSize(CGSize size) {
-    size_ = size;
-    invalidateIntrinsicContentSize();
-  }
-
- private:
-  CGSize size_;
-};
+using test::SizedView;
 
 // What a screen is made of, as plain values.
 struct Params {

@@ -126,7 +126,8 @@ TEST(KeyboardNavigationTest, ArrowsMoveWithinAGroupAndStopAtItsEnds) {
   group->setAccessibilityContainerType(UIAccessibilityContainerType::SemanticGroup);
   screen.page->addSubview(group);
   for (int index = 0; index < 3; ++index)
-    screen.button("G" + std::to_string(index), CGRectMake(10 + index * 120, 0, 100, 60), group);
+    screen.button(std::string("G").append(std::to_string(index)),
+                  CGRectMake(10 + index * 120, 0, 100, 60), group);
 
   EXPECT_EQ(screen.tab(), "Before");
   EXPECT_EQ(screen.arrow(UIFocusHeading::Next), "Before");

@@ -8,6 +8,8 @@
 #include <vlq/toolkit/UIViewController.h>
 #include <vlq/toolkit/UIWindow.h>
 
+#include "toolkit/SizedView.h"
+
 namespace vlq::toolkit {
 namespace {
 
@@ -23,15 +25,7 @@ void activate(std::initializer_list<std::shared_ptr<NSLayoutConstraint>> constra
     constraint->setActive(true);
 }
 
-// A view whose content wants a fixed size.
-class SizedView : public UIView {
- public:
-  explicit SizedView(CGSize size) : size_(size) {}
-  CGSize intrinsicContentSize() const override { return size_; }
-
- private:
-  CGSize size_;
-};
+using test::SizedView;
 
 TEST(LayoutTest, AnchoredRowInsetsAndCentres) {
   auto row = std::make_shared<UIView>(CGRectMake(0, 0, 370, 80));
@@ -215,6 +209,7 @@ TEST(LayoutTest, ConflictingRequiredConstraintIsReportedAndTheRestIsLaidOut) {
   ASSERT_EQ(reports.size(), 1u);
   EXPECT_NE(reports[0].find("breaking UIView("), std::string::npos) << reports[0];
   EXPECT_NE(reports[0].find(".width == 60"), std::string::npos) << reports[0];
+  EXPECT_TRUE(reports[0].ends_with("(the required constraint cannot be satisfied)")) << reports[0];
   setDiagnosticSink(previous);
 }
 

@@ -20,6 +20,11 @@ std::shared_ptr<VLQChoiceModel> choiceWithText(Json text) {
   return choice;
 }
 
+// The choice row's colours, as the design gives them.
+constexpr UIColor kChosenCard = UIColor::rgb255(209, 76, 86);
+constexpr UIColor kFreshText = UIColor::rgb255(135, 135, 135);
+constexpr UIColor kDeselectedText = UIColor::rgb255(173, 173, 173);
+
 TEST(OptionRowTest, TheCardAndItsLooks) {
   test::useProjectBundles();
   auto row = VLQSurveyOptionCell::initWithStyle(UITableViewCellStyle::Default, "optionCell");
@@ -31,13 +36,17 @@ TEST(OptionRowTest, TheCardAndItsLooks) {
   EXPECT_EQ(row->optionLabel()->text(), "Execeded Expectations");
   EXPECT_EQ(row->optionLabel()->font()->pointSize(), UILabel::kDefaultFontSize);
   EXPECT_EQ(row->smileyImageView()->image(), UIImage::imageNamed("radio.png"));
+  EXPECT_EQ(row->optionLabel()->textColor(), kFreshText);
+  EXPECT_EQ(row->bgView()->backgroundColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->bgView()->layer().borderColor(), UIColor::lightGrayColor());
+  EXPECT_EQ(row->bgView()->layer().borderWidth(), 2.0);
 
   // Selected twice looks as selected once; the text changes alone on a selected row.
   row->setSelected(true);
   row->setSelected(true);
   row->enableWithData(choiceWithText("Fast delivery"));
   EXPECT_EQ(row->optionLabel()->text(), "Fast delivery");
-  EXPECT_EQ(row->bgView()->backgroundColor(), VLQSurveyOptionCell::kSelectedCardColor);
+  EXPECT_EQ(row->bgView()->backgroundColor(), kChosenCard);
   EXPECT_EQ(row->bgView()->layer().borderColor(), UIColor::whiteColor());
   EXPECT_EQ(row->optionLabel()->textColor(), UIColor::whiteColor());
   EXPECT_EQ(row->layer().borderColor(), UIColor::clearColor());
@@ -47,8 +56,10 @@ TEST(OptionRowTest, TheCardAndItsLooks) {
 
   // Deselected once, the text is lighter than on a fresh row.
   row->setSelected(false);
-  EXPECT_EQ(row->optionLabel()->textColor(), VLQSurveyOptionCell::kUnselectedTextColor);
+  EXPECT_EQ(row->optionLabel()->textColor(), kDeselectedText);
   EXPECT_EQ(row->bgView()->backgroundColor(), UIColor::whiteColor());
+  EXPECT_EQ(row->bgView()->layer().borderColor(), UIColor::lightGrayColor());
+  EXPECT_EQ(row->bgView()->layer().borderWidth(), 2.0);
   EXPECT_EQ(row->smileyImageView()->image(), UIImage::imageNamed("radio.png"));
 
   row->enableWithData(choiceWithText(nullptr));

@@ -11,11 +11,12 @@
 #include <string>
 #include <utility>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
 
-class VLQSession {
+class VLQ_API VLQSession {
  public:
   VLQSession() = default;
   VLQSession(std::optional<std::string> identifier, Json additionalInfo)
@@ -30,7 +31,7 @@ class VLQSession {
   Json additionalInfo_ = missingValue();
 };
 
-class VLQApplicationInfo {
+class VLQ_API VLQApplicationInfo {
  public:
   VLQApplicationInfo() = default;
   explicit VLQApplicationInfo(Json additionalInfo) : additionalInfo_(std::move(additionalInfo)) {}
@@ -42,7 +43,7 @@ class VLQApplicationInfo {
   Json additionalInfo_ = missingValue();
 };
 
-class VLQUser {
+class VLQ_API VLQUser {
  public:
   VLQUser() = default;
   explicit VLQUser(Json additionalInfo) : additionalInfo_(std::move(additionalInfo)) {}
@@ -54,7 +55,7 @@ class VLQUser {
   Json additionalInfo_ = missingValue();
 };
 
-class VLQHTTPResponse {
+class VLQ_API VLQHTTPResponse {
  public:
   VLQHTTPResponse() = default;
   explicit VLQHTTPResponse(std::int64_t statusCode) : statusCode_(statusCode) {}
@@ -66,7 +67,7 @@ class VLQHTTPResponse {
 };
 
 // Why a request failed before any answer arrived (no connection, a timeout, ...).
-class VLQError {
+class VLQ_API VLQError {
  public:
   VLQError(std::int64_t code, std::string message) : code_(code), message_(std::move(message)) {}
 

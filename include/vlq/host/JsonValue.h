@@ -14,6 +14,8 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq {
 
 // Objects keep the order of their keys, so bodies and event infos serialise in the order built.
@@ -22,36 +24,36 @@ using Json = nlohmann::ordered_json;
 // The value that stands for "missing" (nil): what valueForKey gives for an absent key, and what a
 // record's field holds until something is stored in it. It is never written out: setValueForKey
 // removes the key instead. (It is nlohmann's "discarded" kind, which no parsed document holds.)
-const Json& missingValue();
-bool isMissing(const Json& value);
+VLQ_API const Json& missingValue();
+VLQ_API bool isMissing(const Json& value);
 
 // The value under `key`; missing when `object` is not an object or has no such key.
-const Json& valueForKey(const Json& object, std::string_view key);
+VLQ_API const Json& valueForKey(const Json& object, std::string_view key);
 
 // True for a JSON boolean true, a non-zero number, or a string that starts (after blanks, an
 // optional sign and leading zeros) with one of "YyTt1-9".
-bool boolValue(const Json& value);
+VLQ_API bool boolValue(const Json& value);
 
 // A number as it is; the leading decimal number of a string (0 when there is none, an infinity on
 // overflow); 1 or 0 for a boolean; 0 for anything else.
-double doubleValue(const Json& value);
+VLQ_API double doubleValue(const Json& value);
 
 // A number converted to 32 bits (integers wrap, floating-point values truncate toward zero and
 // saturate, NaN gives 0); the leading integer of a string, saturated to the 32-bit range; 1 or 0
 // for a boolean; 0 for anything else.
-std::int32_t intValue(const Json& value);
+VLQ_API std::int32_t intValue(const Json& value);
 
 // Sets `key` of `object` to `value`, or removes `key` when `value` is missing, as key-value setting
 // does (a null is stored as null). An `object` that is not an object becomes one.
-void setValueForKey(Json& object, std::string_view key, Json value);
+VLQ_API void setValueForKey(Json& object, std::string_view key, Json value);
 
 // Exact, case-sensitive equality; false for anything that is not a string.
-bool isEqualToString(const Json& value, std::string_view text);
+VLQ_API bool isEqualToString(const Json& value, std::string_view text);
 
 // The text that the platform's "%@" format gives for a value: a string as it stands, "(null)" when
 // missing, "<null>" for null, "1"/"0" for booleans, the shortest round-trip form for numbers (a
 // whole number without a fraction, even when stored as a floating value), compact JSON for arrays
 // and objects.
-std::string describe(const Json& value);
+VLQ_API std::string describe(const Json& value);
 
 }  // namespace vlq

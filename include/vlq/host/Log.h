@@ -12,24 +12,26 @@
 #include <functional>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq {
 
 // Owned by the host, read by the plug-in. Atomic because the host may change it at any time while
 // other threads log.
-extern std::atomic<std::uint64_t> LOG_LEVEL;
+extern VLQ_API std::atomic<std::uint64_t> LOG_LEVEL;
 
 // Receives each complete line, newline included. Calls are serialised: a sink never sees two lines
 // at once, so lines from different threads never interleave.
 using LogSink = std::function<void(std::string_view line)>;
 
 // Installs `sink` (an empty function restores standard error) and returns the one it replaces.
-LogSink setLogSink(LogSink sink);
+VLQ_API LogSink setLogSink(LogSink sink);
 
-void logInfo(std::string_view message, std::string_view function, int line);
-void logDebug(std::string_view message, std::string_view function, int line);
+VLQ_API void logInfo(std::string_view message, std::string_view function, int line);
+VLQ_API void logDebug(std::string_view message, std::string_view function, int line);
 
 // Writes `text` and a newline through the same sink, whatever LOG_LEVEL holds: for the host's own
 // lines, which have forms of their own.
-void logLine(std::string_view text);
+VLQ_API void logLine(std::string_view text);
 
 }  // namespace vlq

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <vlq/Export.h>
+
 namespace vlq {
 
 // What the invitation card and the survey page call on the plug-in that shows them.
-class SurveyProtocol {
+class VLQ_API SurveyProtocol {
  public:
   virtual ~SurveyProtocol() = default;
 

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
@@ -49,10 +50,10 @@ struct TriggerTrace {
 
 // "ignored", "busy", "no-window", "no-match", "no-ui", "scheduled", "invitation", "direct",
 // "dismissed".
-std::string_view triggerStepName(TriggerStep step);
+VLQ_API std::string_view triggerStepName(TriggerStep step);
 
 // {"step", and where the step has them: "id", "path" (the entry as a JSON Pointer, "/configs/2"),
 // "type", "delay_seconds", "ids"}.
-Json describeTriggerTrace(const TriggerTrace& trace);
+VLQ_API Json describeTriggerTrace(const TriggerTrace& trace);
 
 }  // namespace vlq

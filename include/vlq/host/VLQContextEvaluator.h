@@ -5,11 +5,12 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
 
-class VLQContextEvaluator {
+class VLQ_API VLQContextEvaluator {
  public:
   virtual ~VLQContextEvaluator() = default;
 
@@ -18,6 +19,9 @@ class VLQContextEvaluator {
   // Installs `evaluator` (null uninstalls); returns the one it replaces.
   static std::shared_ptr<VLQContextEvaluator> installSharedInstance(
       std::shared_ptr<VLQContextEvaluator> evaluator);
+  // Uninstalls `evaluator` if it is the one installed; returns it then, otherwise null.
+  static std::shared_ptr<VLQContextEvaluator> uninstallSharedInstance(
+      const VLQContextEvaluator* evaluator);
 
   // Takes the whole survey configuration document (null when there is none).
   virtual void parseConfiguration(const Json& document);

@@ -11,13 +11,14 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/HostValues.h>
 #include <vlq/host/JsonValue.h>
 #include <vlq/host/VLQEventListener.h>
 
 namespace vlq {
 
-class VLQController {
+class VLQ_API VLQController {
  public:
   virtual ~VLQController() = default;
 
@@ -27,6 +28,9 @@ class VLQController {
   // Installs `host` as the shared controller (null uninstalls); returns the one it replaces.
   static std::shared_ptr<VLQController> installSharedController(
       std::shared_ptr<VLQController> host);
+  // Uninstalls `host` when it is the shared controller, and returns it; otherwise changes nothing
+  // and returns null. A host that goes away takes itself out without taking out a newer one.
+  static std::shared_ptr<VLQController> uninstallSharedController(const VLQController* host);
 
   // Syncs the data of `actionType` for plug-in `version`, then calls `completionHandler` on any
   // thread. For "surveys", the configuration file is in the Library directory by then.

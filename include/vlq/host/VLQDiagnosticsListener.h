@@ -1,5 +1,6 @@
 #pragma once
 
+#include <vlq/Export.h>
 #include <vlq/host/TriggerTrace.h>
 
 namespace vlq {
@@ -12,7 +13,7 @@ namespace vlq {
 // Dismissed on the main queue. Calls may overlap, so an implementation is thread-safe. It should
 // return quickly and must not wait for the main queue: the plug-in waits for it, on the main queue
 // too. An exception it throws is swallowed by the plug-in.
-class VLQDiagnosticsListener {
+class VLQ_API VLQDiagnosticsListener {
  public:
   virtual ~VLQDiagnosticsListener() = default;
 

@@ -3,13 +3,14 @@
 #include <cstdint>
 #include <utility>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
 
 // An event raised by the host. Immutable, so that one event can be shared between the host's event
 // thread and the plug-in's other threads.
-class VLQEvent {
+class VLQ_API VLQEvent {
  public:
   VLQEvent() = default;
   VLQEvent(std::int64_t eventType, Json additionalInfo)

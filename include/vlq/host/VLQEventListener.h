@@ -2,13 +2,14 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQEvent.h>
 
 namespace vlq {
 
 // Receives the host's events of the types it registered for, on the host's event thread (never the
 // main thread).
-class VLQEventListener {
+class VLQ_API VLQEventListener {
  public:
   virtual ~VLQEventListener() = default;
 

@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq {
 
 // Carries the constants below; it has no members of its own.
-class VLQSurveyConstants {};
+class VLQ_API VLQSurveyConstants {};
 
 // Sent with the sync request and written in the initialisation line.
 inline constexpr std::string_view kSurveyPluginVersion = "118";

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq::toolkit {
@@ -16,7 +17,7 @@ class UIWindow;
 
 namespace vlq {
 
-class VLQUtilities {
+class VLQ_API VLQUtilities {
  public:
   virtual ~VLQUtilities() = default;
 
@@ -27,6 +28,9 @@ class VLQUtilities {
 
   // Installs `utilities` (null uninstalls); returns the one it replaces.
   static std::shared_ptr<VLQUtilities> installShared(std::shared_ptr<VLQUtilities> utilities);
+  // Uninstalls `utilities` when they are the ones installed, and returns them; otherwise changes
+  // nothing and returns null.
+  static std::shared_ptr<VLQUtilities> uninstallShared(const VLQUtilities* utilities);
 
  protected:
   virtual Json readConfigAtPath(const std::string& path);

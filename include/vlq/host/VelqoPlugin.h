@@ -2,10 +2,12 @@
 
 #include <any>
 
+#include <vlq/Export.h>
+
 namespace vlq {
 
 // What the host SDK calls on every plug-in it loads.
-class VelqoPlugin {
+class VLQ_API VelqoPlugin {
  public:
   virtual ~VelqoPlugin() = default;
 

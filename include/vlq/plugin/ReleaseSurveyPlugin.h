@@ -5,6 +5,7 @@
 // the process unless something breaks those links. A host that unloads the plug-in, and a tool or
 // test at its end, calls this on the main queue once no more events reach the plug-in.
 
+#include <vlq/Export.h>
 #include <vlq/plugin/VLQSurveyPlugin.h>
 #include <vlq/toolkit/UIWindow.h>
 
@@ -15,6 +16,6 @@ namespace vlq::plugin {
 // survey page can be that screen when a trigger came while one showed). Then `window` loses its
 // root view controller and its subviews. Delayed blocks and post completions that still hold a
 // page free it when they are dropped or have run.
-void releaseSurveyPlugin(VLQSurveyPlugin& plugin, toolkit::UIWindow& window);
+VLQ_API void releaseSurveyPlugin(VLQSurveyPlugin& plugin, toolkit::UIWindow& window);
 
 }  // namespace vlq::plugin

@@ -9,15 +9,16 @@
 #include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/RealTimeRunLoop.h>
 
 namespace vlq::toolkit::qt {
 
 // The main run loop when it is a real-time one; otherwise a new real-time loop on this thread,
 // installed in its place.
-std::shared_ptr<RealTimeRunLoop> installRealTimeMainLoop();
+VLQ_API std::shared_ptr<RealTimeRunLoop> installRealTimeMainLoop();
 
-class MainQueuePump {
+class VLQ_API MainQueuePump {
  public:
   // Pumps `loop` on the calling thread (which becomes the loop's thread) from Qt's event loop,
   // calling `afterRun` after every pump that ran something.

@@ -64,6 +64,6 @@ class VLQ_API ScreenWindow : public QRasterWindow {
 // Shows `window` (made key and visible) in a ScreenWindow, pumps the main queue on a real-time
 // run loop (installing one when the main queue has another kind), and runs Qt's event loop until
 // the window is closed. Returns the event loop's exit code.
-int runScreenWindow(const std::shared_ptr<UIWindow>& window, double scale = 1);
+VLQ_API int runScreenWindow(const std::shared_ptr<UIWindow>& window, double scale = 1);
 
 }  // namespace vlq::toolkit::qt

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIScreen.h>
 #include <vlq/toolkit/UIView.h>
 
@@ -21,7 +22,7 @@ namespace vlq::toolkit::qt {
 class DamageTracker;
 struct RenderCaches;
 
-class WindowRenderer {
+class VLQ_API WindowRenderer {
  public:
   explicit WindowRenderer(double scale = UIScreen::mainScreen().scale());
   ~WindowRenderer();
@@ -65,9 +66,9 @@ class WindowRenderer {
 };
 
 // Renders `root` and writes it as a PNG file; false when the file cannot be written.
-bool renderToPNG(UIView& root, const std::string& path,
-                 double scale = UIScreen::mainScreen().scale());
+VLQ_API bool renderToPNG(UIView& root, const std::string& path,
+                         double scale = UIScreen::mainScreen().scale());
 // The same with `renderer`, so that one screenshot after another paints only what changed.
-bool renderToPNG(WindowRenderer& renderer, UIView& root, const std::string& path);
+VLQ_API bool renderToPNG(WindowRenderer& renderer, UIView& root, const std::string& path);
 
 }  // namespace vlq::toolkit::qt

@@ -6,12 +6,13 @@
 
 #include <optional>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/UIColor.h>
 
 namespace vlq::toolkit {
 
-class CALayer {
+class VLQ_API CALayer {
  public:
   const std::optional<UIColor>& backgroundColor() const { return backgroundColor_; }
   void setBackgroundColor(std::optional<UIColor> color) { backgroundColor_ = color; }

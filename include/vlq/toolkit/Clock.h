@@ -6,9 +6,11 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class Clock {
+class VLQ_API Clock {
  public:
   virtual ~Clock() = default;
 
@@ -23,7 +25,7 @@ class Clock {
 };
 
 // The real clock: steady time for now() and sleepUntil, system time for the wall clock.
-class SystemClock : public Clock {
+class VLQ_API SystemClock : public Clock {
  public:
   double now() const override;
   double timeIntervalSince1970() const override;
@@ -32,12 +34,12 @@ class SystemClock : public Clock {
 
 // The process-wide clock; never null. The returned pointer keeps the clock alive for the caller
 // even if another thread replaces it meanwhile.
-std::shared_ptr<Clock> currentClock();
+VLQ_API std::shared_ptr<Clock> currentClock();
 // Installs `clock` for the process (null restores the system clock); returns the one it replaces.
 // Installing a main run loop (setMainRunLoop) installs that loop's clock.
-std::shared_ptr<Clock> setCurrentClock(std::shared_ptr<Clock> clock);
+VLQ_API std::shared_ptr<Clock> setCurrentClock(std::shared_ptr<Clock> clock);
 
 // The current clock's wall time, in seconds since 1970.
-double timeIntervalSince1970();
+VLQ_API double timeIntervalSince1970();
 
 }  // namespace vlq::toolkit

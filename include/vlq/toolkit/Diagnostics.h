@@ -7,12 +7,14 @@
 #include <functional>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 using DiagnosticSink = std::function<void(std::string_view message)>;
 
-void reportDiagnostic(std::string_view message);
+VLQ_API void reportDiagnostic(std::string_view message);
 // Installs `sink` (empty restores standard error); returns the one it replaces.
-DiagnosticSink setDiagnosticSink(DiagnosticSink sink);
+VLQ_API DiagnosticSink setDiagnosticSink(DiagnosticSink sink);
 
 }  // namespace vlq::toolkit

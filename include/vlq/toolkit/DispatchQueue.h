@@ -13,12 +13,13 @@
 #include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/RunLoop.h>
 #include <vlq/toolkit/WorkTracker.h>
 
 namespace vlq::toolkit {
 
-class DispatchQueue {
+class VLQ_API DispatchQueue {
  public:
   DispatchQueue(const DispatchQueue&) = delete;
   DispatchQueue& operator=(const DispatchQueue&) = delete;
@@ -45,15 +46,15 @@ class DispatchQueue {
 };
 
 // The main queue.
-DispatchQueue& mainQueue();
+VLQ_API DispatchQueue& mainQueue();
 
 // True on the installed loop's thread; false everywhere while no loop is installed.
-bool isMainThread();
+VLQ_API bool isMainThread();
 
 // Installs `loop` behind the main queue (null uninstalls) and makes its clock current; returns the
 // loop it replaces. A replaced loop keeps the blocks already queued on it. Thread-safe.
-std::shared_ptr<RunLoop> setMainRunLoop(std::shared_ptr<RunLoop> loop);
+VLQ_API std::shared_ptr<RunLoop> setMainRunLoop(std::shared_ptr<RunLoop> loop);
 // The installed loop, or null.
-std::shared_ptr<RunLoop> mainRunLoop();
+VLQ_API std::shared_ptr<RunLoop> mainRunLoop();
 
 }  // namespace vlq::toolkit

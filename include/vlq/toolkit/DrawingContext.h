@@ -6,6 +6,7 @@
 
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/UIColor.h>
 #include <vlq/toolkit/UIFont.h>
@@ -26,7 +27,7 @@ enum class NSLineBreakMode {
   ByTruncatingMiddle = 5,
 };
 
-class DrawingContext {
+class VLQ_API DrawingContext {
  public:
   virtual ~DrawingContext() = default;
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIFont.h>
 
 namespace vlq::toolkit {
@@ -18,7 +19,7 @@ struct FontFace {
   UIFontWeight weight = UIFontWeight::Regular;
 };
 
-class FontCatalog {
+class VLQ_API FontCatalog {
  public:
   // The PostScript names of the system font.
   static constexpr std::string_view kSystemFontName = ".SFUI-Regular";

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 struct CGPoint {
@@ -19,7 +21,7 @@ struct CGSize {
   friend bool operator==(const CGSize&, const CGSize&) = default;
 };
 
-struct CGRect {
+struct VLQ_API CGRect {
   CGPoint origin;
   CGSize size;
   friend bool operator==(const CGRect&, const CGRect&) = default;

@@ -7,9 +7,11 @@
 #include <memory>
 #include <string>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class DecodedImage {
+class VLQ_API DecodedImage {
  public:
   DecodedImage(int pixelWidth, int pixelHeight)
       : pixelWidth_(pixelWidth), pixelHeight_(pixelHeight) {}
@@ -23,7 +25,7 @@ class DecodedImage {
   int pixelHeight_;
 };
 
-class ImageDecoder {
+class VLQ_API ImageDecoder {
  public:
   virtual ~ImageDecoder() = default;
 
@@ -36,7 +38,7 @@ class ImageDecoder {
 };
 
 // Reads the size from a PNG file's header and nothing else.
-class PngHeaderDecoder : public ImageDecoder {
+class VLQ_API PngHeaderDecoder : public ImageDecoder {
  public:
   std::shared_ptr<const DecodedImage> decode(const std::string& path) const override;
 };

@@ -20,7 +20,7 @@ namespace vlq::toolkit {
 
 class UIImage;
 
-class NSBundle : public NSObject {
+class VLQ_API NSBundle : public NSObject {
  public:
   NSBundle(std::string identifier, std::string bundlePath)
       : identifier_(std::move(identifier)), bundlePath_(std::move(bundlePath)) {}
@@ -57,4 +57,5 @@ class NSBundle : public NSObject {
 }  // namespace vlq::toolkit
 
 // In an installed toolkit this names the bundles installed with it.
+#include <vlq/Export.h>
 #include <vlq/toolkit/InstalledBundles.h>

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 enum class NSSearchPathDirectory { NSLibraryDirectory = 5 };
@@ -14,17 +16,17 @@ enum class NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
 // The directories of `directory` in `domain`, most important first; with `expandTilde` false a
 // path under the home directory starts with "~".
-std::vector<std::string> NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
-                                                             NSSearchPathDomainMask domain,
-                                                             bool expandTilde);
+VLQ_API std::vector<std::string> NSSearchPathForDirectoriesInDomains(
+    NSSearchPathDirectory directory, NSSearchPathDomainMask domain, bool expandTilde);
 
 // Points the user's Library directory at `path` (empty: back to $HOME/Library). Thread-safe.
-void setUserLibraryDirectory(const std::string& path);
+VLQ_API void setUserLibraryDirectory(const std::string& path);
 
 // `path` and `component` joined by exactly one "/".
-std::string stringByAppendingPathComponent(const std::string& path, const std::string& component);
+VLQ_API std::string stringByAppendingPathComponent(const std::string& path,
+                                                   const std::string& component);
 
-class NSFileManager {
+class VLQ_API NSFileManager {
  public:
   static NSFileManager& defaultManager();
   // True for an existing file or directory.

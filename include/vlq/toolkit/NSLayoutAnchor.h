@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSLayoutConstraint.h>
 
 namespace vlq::toolkit {
@@ -16,7 +17,7 @@ struct Multiplier {
   double value = 1.0;
 };
 
-class NSLayoutAnchorBase {
+class VLQ_API NSLayoutAnchorBase {
  public:
   NSLayoutAnchorBase(NSObject* item, NSLayoutAttribute attribute)
       : item_(item), attribute_(attribute) {}
@@ -54,17 +55,17 @@ class NSLayoutAnchor : public NSLayoutAnchorBase {
   }
 };
 
-class NSLayoutXAxisAnchor : public NSLayoutAnchor<NSLayoutXAxisAnchor> {
+class VLQ_API NSLayoutXAxisAnchor : public NSLayoutAnchor<NSLayoutXAxisAnchor> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
 };
 
-class NSLayoutYAxisAnchor : public NSLayoutAnchor<NSLayoutYAxisAnchor> {
+class VLQ_API NSLayoutYAxisAnchor : public NSLayoutAnchor<NSLayoutYAxisAnchor> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
 };
 
-class NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
+class VLQ_API NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
  public:
   using NSLayoutAnchor::NSLayoutAnchor;
   using NSLayoutAnchor::constraintEqualToAnchor;
@@ -94,6 +95,25 @@ class NSLayoutDimension : public NSLayoutAnchor<NSLayoutDimension> {
   std::shared_ptr<NSLayoutConstraint> constraintLessThanOrEqualToConstant(double constant) const {
     return make(NSLayoutRelation::LessThanOrEqual, nullptr, 1.0, constant);
   }
+};
+
+// The anchors of something that takes part in layout (`Item`: a view or a layout guide).
+template <class Item>
+class LayoutAnchors {
+ public:
+  NSLayoutXAxisAnchor leadingAnchor() { return {item(), NSLayoutAttribute::Leading}; }
+  NSLayoutXAxisAnchor trailingAnchor() { return {item(), NSLayoutAttribute::Trailing}; }
+  NSLayoutXAxisAnchor leftAnchor() { return {item(), NSLayoutAttribute::Left}; }
+  NSLayoutXAxisAnchor rightAnchor() { return {item(), NSLayoutAttribute::Right}; }
+  NSLayoutXAxisAnchor centerXAnchor() { return {item(), NSLayoutAttribute::CenterX}; }
+  NSLayoutYAxisAnchor topAnchor() { return {item(), NSLayoutAttribute::Top}; }
+  NSLayoutYAxisAnchor bottomAnchor() { return {item(), NSLayoutAttribute::Bottom}; }
+  NSLayoutYAxisAnchor centerYAnchor() { return {item(), NSLayoutAttribute::CenterY}; }
+  NSLayoutDimension widthAnchor() { return {item(), NSLayoutAttribute::Width}; }
+  NSLayoutDimension heightAnchor() { return {item(), NSLayoutAttribute::Height}; }
+
+ private:
+  NSObject* item() { return static_cast<Item*>(this); }
 };
 
 }  // namespace vlq::toolkit

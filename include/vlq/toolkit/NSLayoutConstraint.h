@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSObject.h>
 
 namespace vlq::toolkit {
@@ -38,7 +39,7 @@ inline constexpr UILayoutPriority UILayoutPriorityDefaultHigh = 750;
 inline constexpr UILayoutPriority UILayoutPriorityDefaultLow = 250;
 inline constexpr UILayoutPriority UILayoutPriorityFittingSizeLevel = 50;
 
-class NSLayoutConstraint : public NSObject {
+class VLQ_API NSLayoutConstraint : public NSObject {
  public:
   NSLayoutConstraint(WeakRef<NSObject> firstItem, NSLayoutAttribute firstAttribute,
                      NSLayoutRelation relation, WeakRef<NSObject> secondItem,

@@ -14,11 +14,13 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 using NSNotificationUserInfo = std::map<std::string, std::any>;
 
-class NSNotification {
+class VLQ_API NSNotification {
  public:
   NSNotification(std::string name, const void* object, NSNotificationUserInfo userInfo)
       : name_(std::move(name)), object_(object), userInfo_(std::move(userInfo)) {}
@@ -34,7 +36,7 @@ class NSNotification {
   NSNotificationUserInfo userInfo_;
 };
 
-class NSNotificationCenter {
+class VLQ_API NSNotificationCenter {
  public:
   using Block = std::function<void(const NSNotification&)>;
 

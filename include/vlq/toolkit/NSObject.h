@@ -11,9 +11,11 @@
 #include <memory>
 #include <type_traits>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class NSObject : public std::enable_shared_from_this<NSObject> {
+class VLQ_API NSObject : public std::enable_shared_from_this<NSObject> {
  public:
   NSObject() : alive_(std::make_shared<char>(0)) {}
   NSObject(const NSObject&) = delete;

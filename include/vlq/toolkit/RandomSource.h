@@ -9,9 +9,11 @@
 #include <mutex>
 #include <random>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class RandomSource {
+class VLQ_API RandomSource {
  public:
   virtual ~RandomSource() = default;
 
@@ -29,7 +31,7 @@ class RandomSource {
 };
 
 // A source seeded once from std::random_device; the default.
-class SystemRandomSource : public RandomSource {
+class VLQ_API SystemRandomSource : public RandomSource {
  public:
   SystemRandomSource();
 
@@ -43,7 +45,7 @@ class SystemRandomSource : public RandomSource {
 // A deterministic source: the same seed gives the same sequence on every machine and standard
 // library (the Mersenne Twister's output is fixed by the C++ standard, and the bounded reduction
 // is done here, not by a library distribution).
-class SeededRandomSource : public RandomSource {
+class VLQ_API SeededRandomSource : public RandomSource {
  public:
   explicit SeededRandomSource(std::uint32_t seed);
 
@@ -55,12 +57,12 @@ class SeededRandomSource : public RandomSource {
 };
 
 // The process-wide source; never null.
-std::shared_ptr<RandomSource> currentRandomSource();
+VLQ_API std::shared_ptr<RandomSource> currentRandomSource();
 // Installs `source` (null restores a system-seeded one); returns the one it replaces.
-std::shared_ptr<RandomSource> setCurrentRandomSource(std::shared_ptr<RandomSource> source);
+VLQ_API std::shared_ptr<RandomSource> setCurrentRandomSource(std::shared_ptr<RandomSource> source);
 
 // The platform's arc4random_uniform, drawn from the current source. Call it qualified
 // (toolkit::arc4random_uniform) from outside this namespace: the C library may declare one too.
-std::uint32_t arc4random_uniform(std::uint32_t upperBound);
+VLQ_API std::uint32_t arc4random_uniform(std::uint32_t upperBound);
 
 }  // namespace vlq::toolkit

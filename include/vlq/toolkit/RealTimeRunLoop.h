@@ -14,13 +14,14 @@
 #include <optional>
 #include <thread>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Clock.h>
 #include <vlq/toolkit/RunLoop.h>
 #include <vlq/toolkit/TaskQueue.h>
 
 namespace vlq::toolkit {
 
-class RealTimeRunLoop : public RunLoop {
+class VLQ_API RealTimeRunLoop : public RunLoop {
  public:
   // The creating thread is the loop's thread. `clock` defaults to the system clock.
   explicit RealTimeRunLoop(std::shared_ptr<Clock> clock = nullptr);

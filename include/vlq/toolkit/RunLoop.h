@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Clock.h>
 #include <vlq/toolkit/WorkTracker.h>
 
@@ -15,7 +16,7 @@ namespace vlq::toolkit {
 
 using Task = std::function<void()>;
 
-class RunLoop {
+class VLQ_API RunLoop {
  public:
   virtual ~RunLoop() = default;
 
@@ -39,6 +40,6 @@ class RunLoop {
 };
 
 // Runs `task`, containing whatever it throws: a failed block ends silently and the loop goes on.
-void runContained(const Task& task) noexcept;
+VLQ_API void runContained(const Task& task) noexcept;
 
 }  // namespace vlq::toolkit

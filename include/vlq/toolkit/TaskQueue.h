@@ -13,11 +13,12 @@
 #include <optional>
 #include <utility>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/RunLoop.h>
 
 namespace vlq::toolkit {
 
-class TaskQueue {
+class VLQ_API TaskQueue {
  public:
   TaskQueue() = default;
   TaskQueue(const TaskQueue&) = delete;

@@ -7,12 +7,13 @@
 #include <memory>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/UIFont.h>
 
 namespace vlq::toolkit {
 
-class TextMeasurer {
+class VLQ_API TextMeasurer {
  public:
   virtual ~TextMeasurer() = default;
 
@@ -30,14 +31,12 @@ class TextMeasurer {
   static void install(std::shared_ptr<const TextMeasurer> measurer);
 };
 
-// Every character is 0.55 of the point size wide; a line is 1.2 times the point size tall.
-class FixedAdvanceTextMeasurer : public TextMeasurer {
+// Every character (code point) is 0.55 of the point size wide; a line is 1.2 times the point size
+// tall.
+class VLQ_API FixedAdvanceTextMeasurer : public TextMeasurer {
  public:
   CGSize sizeOfLine(std::string_view text, const UIFont& font) const override;
   double lineHeight(const UIFont& font) const override;
 };
-
-// The number of characters (UTF-8 code points) in `text`.
-std::size_t characterCount(std::string_view text);
 
 }  // namespace vlq::toolkit

@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 class UIView;
@@ -49,7 +51,7 @@ constexpr bool intersects(UIAccessibilityTraits a, UIAccessibilityTraits b) {
 
 // The traits as lower-case words, in this order: "button", "selected", "not-enabled", "header",
 // "static-text", "adjustable", "updates-frequently".
-std::vector<std::string> accessibilityTraitWords(UIAccessibilityTraits traits);
+VLQ_API std::vector<std::string> accessibilityTraitWords(UIAccessibilityTraits traits);
 
 // What a container's elements are together; a semantic group is a set of related controls that
 // the arrow keys move within.
@@ -66,14 +68,14 @@ enum class UIAccessibilityContainerType {
 // elements count. An element counts unless an opaque view in front of it (not around it) covers
 // all of it: a view with an opaque background, square corners and full opacity, itself and
 // every view around it.
-std::vector<std::shared_ptr<UIView>> accessibilityElements(UIView& root);
+VLQ_API std::vector<std::shared_ptr<UIView>> accessibilityElements(UIView& root);
 
 // The accessibility elements inside `container`, `container` itself left out, in reading order.
-std::vector<std::shared_ptr<UIView>> accessibilityElementsInside(const UIView& container);
+VLQ_API std::vector<std::shared_ptr<UIView>> accessibilityElementsInside(const UIView& container);
 
 // The nearest view around `element` (itself excluded) whose container type is `type`, or null.
-std::shared_ptr<UIView> accessibilityContainerAround(const UIView& element,
-                                                     UIAccessibilityContainerType type);
+VLQ_API std::shared_ptr<UIView> accessibilityContainerAround(const UIView& element,
+                                                             UIAccessibilityContainerType type);
 
 // Tells assistive technology that something changed on screen. Observers hear of it through the
 // default notification centre under these names, with the argument (a view, possibly null) in
@@ -89,7 +91,7 @@ inline constexpr char UIAccessibilityNotificationArgumentKey[] =
 
 enum class UIAccessibilityNotification { ScreenChanged, LayoutChanged };
 
-void UIAccessibilityPostNotification(UIAccessibilityNotification notification,
-                                     const std::shared_ptr<UIView>& argument);
+VLQ_API void UIAccessibilityPostNotification(UIAccessibilityNotification notification,
+                                             const std::shared_ptr<UIView>& argument);
 
 }  // namespace vlq::toolkit

@@ -5,12 +5,13 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSObject.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 
-class UIVisualEffect : public NSObject {
+class VLQ_API UIVisualEffect : public NSObject {
  public:
   // The blur this effect draws behind its view, if it blurs.
   virtual std::optional<BackdropBlur> backdropBlur() const { return std::nullopt; }
@@ -25,7 +26,7 @@ enum class UIBlurEffectStyle {
   Prominent = 5,
 };
 
-class UIBlurEffect : public UIVisualEffect {
+class VLQ_API UIBlurEffect : public UIVisualEffect {
  public:
   explicit UIBlurEffect(UIBlurEffectStyle style) : style_(style) {}
   static std::shared_ptr<UIBlurEffect> effectWithStyle(UIBlurEffectStyle style);

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIControl.h>
 #include <vlq/toolkit/UIImage.h>
 #include <vlq/toolkit/UIImageView.h>
@@ -20,7 +21,7 @@
 
 namespace vlq::toolkit {
 
-class UIButton : public UIControl {
+class VLQ_API UIButton : public UIControl {
  public:
   UIButton() : UIButton(CGRectZero) {}
   explicit UIButton(CGRect frame);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <vlq/Export.h>
+
 // Colours as red, green, blue and alpha components from 0 to 1, with the platform's named colours.
 
 namespace vlq::toolkit {
 
-class UIColor {
+class VLQ_API UIColor {
  public:
   constexpr UIColor() = default;
   constexpr UIColor(double red, double green, double blue, double alpha)

@@ -18,6 +18,7 @@
 #include <type_traits>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
@@ -75,7 +76,7 @@ constexpr bool intersects(UIControlEvents a, UIControlEvents b) {
   return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
 }
 
-class UIControl : public UIView {
+class VLQ_API UIControl : public UIView {
  public:
   UIControl() : UIControl(CGRectZero) {}
   explicit UIControl(CGRect frame) : UIView(frame) {}

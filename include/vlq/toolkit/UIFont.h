@@ -7,11 +7,13 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 enum class UIFontWeight { Regular = 400, Medium = 500, Bold = 700 };
 
-class UIFont {
+class VLQ_API UIFont {
  public:
   UIFont(std::string fontName, std::string familyName, UIFontWeight weight, double pointSize)
       : fontName_(std::move(fontName)),

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/ImageDecoder.h>
 #include <vlq/toolkit/NSBundle.h>
@@ -16,7 +17,7 @@ namespace vlq::toolkit {
 
 class UITraitCollection;
 
-class UIImage : public NSObject {
+class VLQ_API UIImage : public NSObject {
  public:
   UIImage(std::string path, double scale, std::shared_ptr<const DecodedImage> pixels)
       : path_(std::move(path)), scale_(scale), pixels_(std::move(pixels)) {}

@@ -5,12 +5,13 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIImage.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 
-class UIImageView : public UIView {
+class VLQ_API UIImageView : public UIView {
  public:
   UIImageView() : UIImageView(CGRectZero) {}
   explicit UIImageView(CGRect frame);

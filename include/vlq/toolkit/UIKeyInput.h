@@ -6,9 +6,11 @@
 
 #include <string_view>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
-class UIKeyInput {
+class VLQ_API UIKeyInput {
  public:
   virtual ~UIKeyInput() = default;
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/DrawingContext.h>
 #include <vlq/toolkit/UIFont.h>
 #include <vlq/toolkit/UIView.h>
@@ -16,7 +17,7 @@ namespace vlq::toolkit {
 
 class TextMeasurer;
 
-class UILabel : public UIView {
+class VLQ_API UILabel : public UIView {
  public:
   UILabel() : UILabel(CGRectZero) {}
   explicit UILabel(CGRect frame);

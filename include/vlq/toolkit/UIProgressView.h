@@ -5,11 +5,12 @@
 
 #include <optional>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 
-class UIProgressView : public UIView {
+class VLQ_API UIProgressView : public UIView {
  public:
   UIProgressView() : UIProgressView(CGRectZero) {}
   explicit UIProgressView(CGRect frame) : UIView(frame) {}

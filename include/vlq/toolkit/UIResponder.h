@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/NSObject.h>
 
@@ -18,7 +19,7 @@ enum class UITouchPhase { Began, Moved, Ended, Cancelled };
 
 // One finger on the screen: the view it began on, where it is now (in window coordinates) and
 // where the previous event saw it.
-class UITouch : public NSObject {
+class VLQ_API UITouch : public NSObject {
  public:
   UITouch(std::shared_ptr<UIWindow> window, std::shared_ptr<UIView> view, CGPoint location);
 
@@ -43,7 +44,7 @@ class UITouch : public NSObject {
 
 using UITouches = std::vector<std::shared_ptr<UITouch>>;
 
-class UIResponder : public NSObject {
+class VLQ_API UIResponder : public NSObject {
  public:
   virtual std::shared_ptr<UIResponder> nextResponder() const { return nullptr; }
 

@@ -7,11 +7,12 @@
 // program may describe another device before it creates its windows. A window may have a screen
 // of its own (UIWindow::setScreen), as the windows of an application's overlay do.
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>
 
 namespace vlq::toolkit {
 
-class UIScreen {
+class VLQ_API UIScreen {
  public:
   static UIScreen& mainScreen();
 

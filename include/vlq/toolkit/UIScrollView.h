@@ -7,11 +7,12 @@
 #include <memory>
 #include <optional>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 
-class UIScrollView : public UIView {
+class VLQ_API UIScrollView : public UIView {
  public:
   UIScrollView() : UIScrollView(CGRectZero) {}
   explicit UIScrollView(CGRect frame);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
@@ -31,7 +32,7 @@ enum class UIStackViewAlignment {
   Bottom = 4,
 };
 
-class UIStackView : public UIView {
+class VLQ_API UIStackView : public UIView {
  public:
   UIStackView() : UIStackView(CGRectZero) {}
   explicit UIStackView(CGRect frame) : UIView(frame) {}

@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSIndexPath.h>
 #include <vlq/toolkit/UIScrollView.h>
 #include <vlq/toolkit/UITableViewCell.h>
@@ -45,7 +46,7 @@ enum class UITableViewRowAnimation {
   Automatic = 100
 };
 
-class UITableView : public UIScrollView {
+class VLQ_API UITableView : public UIScrollView {
  public:
   using CellFactory = std::function<std::shared_ptr<UITableViewCell>(const std::string&)>;
 

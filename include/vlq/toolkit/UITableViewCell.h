@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
@@ -16,7 +17,7 @@ enum class UITableViewCellStyle { Default = 0, Value1 = 1, Value2 = 2, Subtitle 
 
 enum class UITableViewCellSelectionStyle { None = 0, Blue = 1, Gray = 2, Default = 3 };
 
-class UITableViewCell : public UIView {
+class VLQ_API UITableViewCell : public UIView {
  public:
   UITableViewCell(UITableViewCellStyle style, std::string reuseIdentifier);
 

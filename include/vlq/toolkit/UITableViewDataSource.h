@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSIndexPath.h>
 
 namespace vlq::toolkit {
@@ -21,7 +22,7 @@ class UITableView;
 class UITableViewCell;
 class UIView;
 
-class UITableViewDataSource {
+class VLQ_API UITableViewDataSource {
  public:
   virtual ~UITableViewDataSource() = default;
 
@@ -37,7 +38,7 @@ class UITableViewDataSource {
   UITableViewDataSource& operator=(const UITableViewDataSource&) = default;
 };
 
-class UITableViewDelegate {
+class VLQ_API UITableViewDelegate {
  public:
   virtual ~UITableViewDelegate() = default;
 

@@ -35,6 +35,7 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/DrawingContext.h>
 #include <vlq/toolkit/NSRange.h>
 #include <vlq/toolkit/UIFont.h>
@@ -44,7 +45,7 @@
 
 namespace vlq::toolkit {
 
-class UITextView : public UIView, public UIKeyInput {
+class VLQ_API UITextView : public UIView, public UIKeyInput {
  public:
   UITextView() : UITextView(CGRectZero) {}
   explicit UITextView(CGRect frame);

@@ -12,13 +12,14 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSRange.h>
 
 namespace vlq::toolkit {
 
 class UITextView;
 
-class UITextViewDelegate {
+class VLQ_API UITextViewDelegate {
  public:
   virtual ~UITextViewDelegate() = default;
 

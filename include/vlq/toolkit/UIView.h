@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/CALayer.h>
 #include <vlq/toolkit/Geometry.h>
 #include <vlq/toolkit/NSLayoutAnchor.h>
@@ -46,7 +47,7 @@ enum class UIViewContentMode {
 // An intrinsic size component that a view does not have.
 inline constexpr double UIViewNoIntrinsicMetric = -1;
 
-class UIView : public UIResponder {
+class VLQ_API UIView : public UIResponder, public LayoutAnchors<UIView> {
  public:
   UIView() : UIView(CGRectZero) {}
   explicit UIView(CGRect frame);
@@ -108,16 +109,6 @@ class UIView : public UIResponder {
   void layoutIfNeeded();
   bool needsLayout() const { return needsLayout_; }
 
-  NSLayoutXAxisAnchor leadingAnchor() { return {this, NSLayoutAttribute::Leading}; }
-  NSLayoutXAxisAnchor trailingAnchor() { return {this, NSLayoutAttribute::Trailing}; }
-  NSLayoutXAxisAnchor leftAnchor() { return {this, NSLayoutAttribute::Left}; }
-  NSLayoutXAxisAnchor rightAnchor() { return {this, NSLayoutAttribute::Right}; }
-  NSLayoutXAxisAnchor centerXAnchor() { return {this, NSLayoutAttribute::CenterX}; }
-  NSLayoutYAxisAnchor topAnchor() { return {this, NSLayoutAttribute::Top}; }
-  NSLayoutYAxisAnchor bottomAnchor() { return {this, NSLayoutAttribute::Bottom}; }
-  NSLayoutYAxisAnchor centerYAnchor() { return {this, NSLayoutAttribute::CenterY}; }
-  NSLayoutDimension widthAnchor() { return {this, NSLayoutAttribute::Width}; }
-  NSLayoutDimension heightAnchor() { return {this, NSLayoutAttribute::Height}; }
   // The part of the bounds inside the window's safe area.
   UILayoutGuide& safeAreaLayoutGuide() { return *safeAreaGuide_; }
   // How far the window's unsafe edges reach into this view, from its last laid-out frame.

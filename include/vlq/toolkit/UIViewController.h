@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIResponder.h>
 #include <vlq/toolkit/UIView.h>
 
@@ -14,7 +15,7 @@ namespace vlq::toolkit {
 
 class UINavigationController;
 
-class UIViewController : public UIResponder {
+class VLQ_API UIViewController : public UIResponder {
  public:
   UIViewController() = default;
   ~UIViewController() override;
@@ -56,7 +57,7 @@ class UIViewController : public UIResponder {
   WeakRef<UIViewController> parentViewController_;
 };
 
-class UINavigationController : public UIViewController {
+class VLQ_API UINavigationController : public UIViewController {
  public:
   // A navigation stack holding `rootViewController`.
   explicit UINavigationController(std::shared_ptr<UIViewController> rootViewController);

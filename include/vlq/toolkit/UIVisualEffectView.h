@@ -6,12 +6,13 @@
 
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIBlurEffect.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::toolkit {
 
-class UIVisualEffectView : public UIView {
+class VLQ_API UIVisualEffectView : public UIView {
  public:
   // `effect` may be null: the view then shows no effect.
   explicit UIVisualEffectView(std::shared_ptr<UIVisualEffect> effect);

@@ -7,13 +7,14 @@
 #include <memory>
 #include <optional>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/UIScreen.h>
 #include <vlq/toolkit/UIView.h>
 #include <vlq/toolkit/UIViewController.h>
 
 namespace vlq::toolkit {
 
-class UIWindow : public UIView {
+class VLQ_API UIWindow : public UIView {
  public:
   // A window covering the main screen, with the screen's safe area.
   UIWindow();

@@ -13,12 +13,13 @@
 #include <optional>
 #include <thread>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/Clock.h>
 #include <vlq/toolkit/WorkTracker.h>
 
 namespace vlq::toolkit {
 
-class VirtualClock : public Clock {
+class VLQ_API VirtualClock : public Clock {
  public:
   // 2023-11-14 22:13:20 UTC: a fixed, recent wall time for virtual runs.
   static constexpr double kDefaultEpoch = 1'700'000'000;

@@ -31,6 +31,7 @@
 #include <optional>
 #include <thread>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/RunLoop.h>
 #include <vlq/toolkit/TaskQueue.h>
 #include <vlq/toolkit/VirtualClock.h>
@@ -38,7 +39,7 @@
 
 namespace vlq::toolkit {
 
-class VirtualRunLoop : public RunLoop {
+class VLQ_API VirtualRunLoop : public RunLoop {
  public:
   static constexpr double kDefaultSettleTimeout = 10;
 

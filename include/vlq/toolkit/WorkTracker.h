@@ -34,13 +34,15 @@
 #include <mutex>
 #include <thread>
 
+#include <vlq/Export.h>
+
 namespace vlq::toolkit {
 
 class WorkTracker;
 
 // One unit of work in flight; movable, released when destroyed. A default-constructed token
 // tracks nothing (what a loop without work tracking hands out).
-class WorkToken {
+class VLQ_API WorkToken {
  public:
   WorkToken() = default;
   WorkToken(WorkToken&& other) noexcept;
@@ -65,7 +67,7 @@ class WorkToken {
   std::uint64_t id_ = 0;
 };
 
-class WorkTracker : public std::enable_shared_from_this<WorkTracker> {
+class VLQ_API WorkTracker : public std::enable_shared_from_this<WorkTracker> {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
@@ -73,8 +75,6 @@ class WorkTracker : public std::enable_shared_from_this<WorkTracker> {
 
   // Starts one unit of work; it counts until the token is released.
   WorkToken begin();
-  // trackedWork(begin(), work).
-  std::function<void()> track(std::function<void()> work);
 
   // The number of busy units now.
   std::size_t busyCount() const;
@@ -122,6 +122,6 @@ class WorkTracker : public std::enable_shared_from_this<WorkTracker> {
 
 // Wraps `work` so that `token` counts until the work has run (or been dropped without running);
 // the thread that runs it holds the token meanwhile.
-std::function<void()> trackedWork(WorkToken token, std::function<void()> work);
+VLQ_API std::function<void()> trackedWork(WorkToken token, std::function<void()> work);
 
 }  // namespace vlq::toolkit

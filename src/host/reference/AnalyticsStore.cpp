@@ -1,6 +1,6 @@
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/reference/AnalyticsStore.h>
 
-#include "host/JsonDocument.h"
 #include "host/reference/SqliteDatabase.h"
 
 namespace vlq::reference {

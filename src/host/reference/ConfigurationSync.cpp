@@ -12,9 +12,12 @@ namespace {
 
 constexpr std::int64_t kHttpOk = 200;
 
-std::optional<std::string> fetchDocument(const std::string& source) {
+std::optional<std::string> fetchDocument(const std::string& source,
+                                         const HttpCredentials& credentials,
+                                         const std::function<void(const std::string&)>& log) {
   if (isHttpUrl(source)) {
-    auto outcome = httpGet(source);
+    auto outcome = httpGet(source, credentials);
+    if (outcome.certificateRejected && log) log("cannot sync: " + outcome.errorMessage);
     if (outcome.status != kHttpOk) return std::nullopt;
     return std::move(outcome.body);
   }
@@ -25,8 +28,10 @@ std::optional<std::string> fetchDocument(const std::string& source) {
 
 }  // namespace
 
-bool syncConfigurationFile(const std::string& source, const std::string& destination) {
-  const auto document = fetchDocument(source);
+bool syncConfigurationFile(const std::string& source, const std::string& destination,
+                           const HttpCredentials& credentials,
+                           const std::function<void(const std::string&)>& log) {
+  const auto document = fetchDocument(source, credentials, log);
   return document && writeFileAtomically(destination, *document);
 }
 

@@ -12,10 +12,12 @@ namespace vlq::reference {
 
 namespace {
 
+// An event for its listeners, or a task (then the event is null).
 struct Delivery {
   std::shared_ptr<const VLQEvent> event;
   std::vector<std::shared_ptr<VLQEventListener>> listeners;
   HostWork work;
+  std::function<void()> task;
 };
 
 }  // namespace
@@ -56,8 +58,31 @@ void EventDispatcher::raise(std::shared_ptr<const VLQEvent> event) {
   if (queue_->stopped) return;
   const auto found = queue_->listeners.find(event->eventType());
   if (found == queue_->listeners.end() || found->second.empty()) return;
-  queue_->pending.push_back({std::move(event), found->second, std::move(work)});
+  queue_->pending.push_back({std::move(event), found->second, std::move(work), {}});
   queue_->changed.notify_one();
+}
+
+void EventDispatcher::post(std::function<void()> task) {
+  if (!task) return;
+  auto work = work_.begin();
+  std::lock_guard lock(queue_->mutex);
+  if (queue_->stopped) return;
+  queue_->pending.push_back({nullptr, {}, std::move(work), std::move(task)});
+  queue_->changed.notify_one();
+}
+
+void EventDispatcher::deliverHere(const std::shared_ptr<const VLQEvent>& event) {
+  if (!event) return;
+  std::vector<std::shared_ptr<VLQEventListener>> listeners;
+  {
+    std::lock_guard lock(queue_->mutex);
+    if (queue_->stopped) return;
+    const auto found = queue_->listeners.find(event->eventType());
+    if (found != queue_->listeners.end()) listeners = found->second;
+  }
+  for (const auto& listener : listeners) {
+    toolkit::runContained([&] { listener->onEvent(event); });
+  }
 }
 
 void EventDispatcher::stop() {
@@ -84,6 +109,10 @@ void EventDispatcher::deliverUntilStopped(const std::shared_ptr<Queue>& queue) {
       queue->pending.pop_front();
     }
     delivery.work.holdOnThisThread();
+    if (delivery.task) {
+      toolkit::runContained(delivery.task);
+      continue;
+    }
     for (const auto& listener : delivery.listeners) {
       toolkit::runContained([&] { listener->onEvent(delivery.event); });
     }

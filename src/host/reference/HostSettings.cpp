@@ -1,6 +1,6 @@
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/reference/HostSettings.h>
 
-#include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"
 #include "host/reference/DeviceIdentity.h"
 
@@ -34,6 +34,8 @@ HostSettings HostSettings::fromDocument(const Json& document) {
   }
   if (auto appId = stringAt(document, "app_id")) settings.appId = std::move(*appId);
   settings.deviceIdOverride = stringAt(document, "device_id");
+  settings.appKey = stringAt(document, "app_key").value_or("");
+  settings.caFile = stringAt(document, "ca_file").value_or("");
   return settings;
 }
 

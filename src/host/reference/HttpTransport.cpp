@@ -1,4 +1,5 @@
 #include <httplib.h>
+#include <openssl/x509.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -36,8 +37,19 @@ HttpOutcome failed(std::int64_t code, std::string message) {
   return outcome;
 }
 
-HttpOutcome outcomeOf(const httplib::Result& result, const std::string& where) {
+HttpOutcome outcomeOf(const httplib::Result& result, const httplib::Client& client,
+                      const std::string& where) {
   if (!result) {
+    if (result.error() == httplib::Error::SSLServerVerification) {
+      const long verified = client.get_openssl_verify_result();
+      HttpOutcome outcome =
+          failed(static_cast<std::int64_t>(result.error()),
+                 "the certificate of " + where + " was not accepted: " +
+                     (verified == X509_V_OK ? std::string("it does not name the host")
+                                            : X509_verify_cert_error_string(verified)));
+      outcome.certificateRejected = true;
+      return outcome;
+    }
     return failed(static_cast<std::int64_t>(result.error()),
                   "no answer from " + where + ": " + httplib::to_string(result.error()));
   }
@@ -46,6 +58,16 @@ HttpOutcome outcomeOf(const httplib::Result& result, const std::string& where) {
   outcome.body = result->body;
   outcome.retryAfter = result->get_header_value("Retry-After");
   return outcome;
+}
+
+void secure(httplib::Client& client, const HttpCredentials& credentials) {
+  client.enable_server_certificate_verification(true);
+  if (!credentials.caFile.empty()) client.set_ca_cert_path(credentials.caFile.c_str());
+}
+
+httplib::Headers authorization(const HttpCredentials& credentials) {
+  if (credentials.bearerToken.empty()) return {};
+  return {{"Authorization", "Bearer " + credentials.bearerToken}};
 }
 
 void applyTimeouts(httplib::Client& client, const HttpTimeouts& timeouts) {
@@ -64,18 +86,19 @@ bool isHttpUrl(const std::string& text) {
   return text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0;
 }
 
-HttpOutcome httpGet(const std::string& url) {
+HttpOutcome httpGet(const std::string& url, const HttpCredentials& credentials) {
   const auto split = splitUrl(url);
   if (!split) return failed(kInvalidAddressError, "not an http URL: " + url);
   httplib::Client client(split->origin);
   if (!client.is_valid()) return failed(kInvalidAddressError, "unusable address: " + url);
   applyTimeouts(client, HttpTimeouts{});
-  return outcomeOf(client.Get(split->path), url);
+  secure(client, credentials);
+  return outcomeOf(client.Get(split->path, authorization(credentials)), client, url);
 }
 
 HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
                      const std::string& body, const VLQHeaderFields& headerFields,
-                     const HttpTimeouts& timeouts) {
+                     const HttpTimeouts& timeouts, const HttpCredentials& credentials) {
   const auto split = splitUrl(serviceAddress);
   if (!split) return failed(kInvalidAddressError, "no usable service address: " + serviceAddress);
   httplib::Client client(split->origin);
@@ -83,6 +106,7 @@ HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
     return failed(kInvalidAddressError, "unusable service address: " + serviceAddress);
   }
   applyTimeouts(client, timeouts);
+  secure(client, credentials);
 
   // The service address's own path is a prefix of every posted path.
   std::string prefix = split->path;
@@ -99,7 +123,9 @@ HttpOutcome httpPost(const std::string& serviceAddress, const std::string& path,
       headers.emplace(name, value);
     }
   }
-  return outcomeOf(client.Post(target, headers, body, contentType), split->origin + target);
+  // Authorization fields of the caller's own come first.
+  if (headers.find("Authorization") == headers.end()) headers.merge(authorization(credentials));
+  return outcomeOf(client.Post(target, headers, body, contentType), client, split->origin + target);
 }
 
 }  // namespace vlq::reference

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <vlq/host/Log.h>
+#include <vlq/host/VLQContextEvaluator.h>
 #include <vlq/host/VLQSurveyConstants.h>
 #include <vlq/host/reference/HttpTransport.h>
 #include <vlq/host/reference/ReferenceHost.h>
@@ -10,9 +11,9 @@
 #include <vlq/toolkit/NSFileManager.h>
 #include <vlq/toolkit/RunLoop.h>
 
-#include "host/HostSingleton.h"
 #include "host/reference/ConfigurationSync.h"
 #include "host/reference/DeviceIdentity.h"
+#include "host/reference/TargetingEvaluator.h"
 
 namespace vlq::reference {
 
@@ -51,18 +52,29 @@ OutboxSettings outboxSettings(const ReferenceHostOptions& options) {
   return {options.outboxDatabase, options.outboxLimitBytes, options.retrySeed, options.log};
 }
 
+HttpCredentials credentialsOf(const HostSettings& settings) {
+  return {settings.appKey, settings.caFile};
+}
+
 // Posts to the service address; a host without one answers every attempt with an error, and its
-// bodies wait in the outbox for a host that has one.
-OutboxTransport serviceTransport(const std::string& serviceAddress, const HttpTimeouts& timeouts) {
-  return [serviceAddress, timeouts](const std::string& url, const std::string& body,
-                                    const VLQHeaderFields& headers) {
+// bodies wait in the outbox for a host that has one. So does a body for a service whose
+// certificate is not accepted, and the log says so at every attempt.
+OutboxTransport serviceTransport(const ReferenceHostOptions& options,
+                                 const HostSettings& settings) {
+  return [serviceAddress = options.serviceAddress, timeouts = options.postTimeouts,
+          credentials = credentialsOf(settings), log = options.log](
+             const std::string& url, const std::string& body, const VLQHeaderFields& headers) {
     if (serviceAddress.empty()) {
       HttpOutcome outcome;
       outcome.errorCode = kNoServiceAddressError;
       outcome.errorMessage = "the host has no service address";
       return outcome;
     }
-    return httpPost(serviceAddress, url, body, headers, timeouts);
+    HttpOutcome outcome = httpPost(serviceAddress, url, body, headers, timeouts, credentials);
+    if (outcome.certificateRejected) {
+      log("cannot deliver a body: " + outcome.errorMessage + "; it waits in the outbox");
+    }
+    return outcome;
   };
 }
 
@@ -83,8 +95,11 @@ ReferenceHost::ReferenceHost(ReferenceHostOptions options)
       settings_(HostSettings::fromFile(options_.settingsFile)),
       deviceId_(deviceIdFor(options_, settings_)),
       analytics_(options_.analyticsDatabase),
-      outbox_(outboxSettings(options_),
-              serviceTransport(options_.serviceAddress, options_.postTimeouts), work_) {}
+      outbox_(outboxSettings(options_), serviceTransport(options_, settings_), work_),
+      targeting_(std::make_shared<TargetingEvaluator>(
+          toolkit::stringByAppendingPathComponent(options_.libraryDirectory,
+                                                  kDisplayHistoryFileName),
+          deviceId_, settings_.userAttributes, options_.log)) {}
 
 ReferenceHost::~ReferenceHost() {
   // Not uninstalled here: a host that is being destroyed is no longer installed, unless the slot
@@ -95,6 +110,7 @@ ReferenceHost::~ReferenceHost() {
 void ReferenceHost::install() {
   toolkit::setUserLibraryDirectory(options_.libraryDirectory);
   VLQUtilities::installShared(utilities_);
+  VLQContextEvaluator::installSharedInstance(targeting_);
   VLQController::installSharedController(shared_from_this());
 }
 
@@ -117,10 +133,10 @@ void ReferenceHost::shutdown() {
     // The replaced pointers are released last: one of them may be the last owner of this host.
     std::shared_ptr<VLQController> replacedController;
     std::shared_ptr<VLQUtilities> replacedUtilities;
-    auto& utilitiesSlot = HostSingleton<VLQUtilities>::slot();
-    if (utilitiesSlot.get() == utilities_) replacedUtilities = utilitiesSlot.install(nullptr);
-    auto& controllerSlot = HostSingleton<VLQController>::slot();
-    if (controllerSlot.get().get() == this) replacedController = controllerSlot.install(nullptr);
+    std::shared_ptr<VLQContextEvaluator> replacedEvaluator;
+    replacedEvaluator = VLQContextEvaluator::uninstallSharedInstance(targeting_.get());
+    replacedUtilities = VLQUtilities::uninstallShared(utilities_.get());
+    replacedController = VLQController::uninstallSharedController(this);
   } catch (...) {
     // A failed lock leaves the host installed; it no longer does anything.
   }
@@ -132,7 +148,47 @@ std::string ReferenceHost::configurationPath() const {
 }
 
 void ReferenceHost::raiseEvent(VLQEvent event) {
-  toolkit::runContained([&] { events_.raise(std::make_shared<const VLQEvent>(std::move(event))); });
+  toolkit::runContained([&] {
+    if (event.eventType() == kSurveyTriggerEventType) targeting_->triggerRaised();
+    events_.raise(std::make_shared<const VLQEvent>(std::move(event)));
+  });
+}
+
+void ReferenceHost::track(const std::string& name, const Json& properties) {
+  toolkit::runContained([&] {
+    if (shutDown_.load()) return;
+    events_.post([this, name, properties] { judgeTrackedEvent(name, properties); });
+  });
+}
+
+void ReferenceHost::judgeTrackedEvent(const std::string& name, const Json& properties) {
+  const auto judgement = targeting_->judge(name);
+  for (const auto& step : judgement.steps)
+    traceStep(step.describe());
+  if (!judgement.dueSurvey) return;
+  Json info{{"id", *judgement.dueSurvey}, {"event", name}};
+  if (properties.is_object() && !properties.empty()) info["properties"] = properties;
+  targeting_->triggerRaised();
+  // Delivered here rather than queued, so the plug-in takes the trigger up before the next
+  // tracked event is judged.
+  events_.deliverHere(std::make_shared<const VLQEvent>(kSurveyTriggerEventType, std::move(info)));
+}
+
+void ReferenceHost::setTraceObserver(TraceObserver observer) {
+  std::lock_guard lock(traceObserverMutex_);
+  traceObserver_ = std::move(observer);
+}
+
+void ReferenceHost::traceStep(const Json& step) {
+  if (options_.logTrace) {
+    logLine("<VLQ TRACE> " + step.dump(-1, ' ', false, Json::error_handler_t::replace));
+  }
+  TraceObserver observer;
+  {
+    std::lock_guard lock(traceObserverMutex_);
+    observer = traceObserver_;
+  }
+  if (observer) observer(step);
 }
 
 std::vector<StoredEvent> ReferenceHost::storedEvents() const {
@@ -155,10 +211,11 @@ void ReferenceHost::getSyncDataForActionType(const std::string& actionType, cons
     const bool fetches = actionType == kSurveysActionType && !options_.syncSource.empty();
     auto work = std::make_shared<HostWork>(work_.begin());
     workers_.start([source = fetches ? options_.syncSource : std::string(),
-                    destination = configurationPath(), completion = std::move(completionHandler),
+                    destination = configurationPath(), credentials = credentialsOf(settings_),
+                    log = options_.log, completion = std::move(completionHandler),
                     work = std::move(work)] {
       work->holdOnThisThread();
-      if (!source.empty()) syncConfigurationFile(source, destination);
+      if (!source.empty()) syncConfigurationFile(source, destination, credentials, log);
       toolkit::runContained(completion);
     });
   });
@@ -176,6 +233,7 @@ void ReferenceHost::executeAfterDelay(double seconds, std::function<void()> bloc
 void ReferenceHost::logAppEventWithName(const std::string& name, const Json& info) {
   toolkit::runContained([&] {
     analytics_.append(name, info, toolkit::timeIntervalSince1970());
+    targeting_->appEventLogged(name, info);
     EventObserver observer;
     {
       std::lock_guard lock(observerMutex_);
@@ -232,6 +290,7 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
                                   VLQPostCompletion completionHandler) {
   toolkit::runContained([&] {
     if (shutDown_.load()) return;
+    targeting_->responseHandedOver(url, requestBody);
     // Invalid UTF-8 in a string is replaced rather than failing the whole post.
     std::string body = requestBody.dump(-1, ' ', false, Json::error_handler_t::replace);
     outbox_.post(url, std::move(body), headerFields.value_or(VLQHeaderFields{}),
@@ -241,8 +300,8 @@ void ReferenceHost::postDataToURL(const std::string& url, const Json& requestBod
 
 void ReferenceHost::triggerTraced(const TriggerTrace& trace) {
   toolkit::runContained([&] {
-    logLine("<VLQ TRACE> " +
-            describeTriggerTrace(trace).dump(-1, ' ', false, Json::error_handler_t::replace));
+    targeting_->pluginTraced(trace);
+    traceStep(describeTriggerTrace(trace));
   });
 }
 

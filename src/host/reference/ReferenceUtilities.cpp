@@ -1,9 +1,9 @@
 #include <utility>
 
+#include <vlq/host/JsonDocument.h>
 #include <vlq/host/reference/ReferenceUtilities.h>
 #include <vlq/toolkit/UIWindow.h>
 
-#include "host/JsonDocument.h"
 #include "host/reference/AtomicFile.h"
 
 namespace vlq::reference {

@@ -57,6 +57,11 @@ bool SqliteStatement::run() {
   return sqlite3_step(statement_) == SQLITE_DONE;
 }
 
+void SqliteStatement::reset() {
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
 std::string SqliteStatement::text(int column) const {
   const auto* bytes = sqlite3_column_text(statement_, column);
   if (!bytes) return {};

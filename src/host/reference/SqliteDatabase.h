@@ -33,6 +33,8 @@ class SqliteStatement {
   bool bind(int index, double number);
   // One step of a statement that returns no rows; true when it ran to its end.
   bool run();
+  // Makes the statement ready to run again, with no parameters bound.
+  void reset();
 
   // Columns are numbered from 0, for the row the last sqlite3_step produced.
   std::string text(int column) const;

@@ -1,11 +1,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <mutex>
 #include <thread>
 #include <utility>
 
 #include <vlq/toolkit/Clock.h>
+
+#include "toolkit/platform/ServiceSlot.h"
 
 namespace vlq::toolkit {
 namespace {
@@ -15,15 +16,10 @@ std::chrono::steady_clock::time_point processStart() {
   return start;
 }
 
-struct ClockSlot {
-  std::mutex mutex;
-  std::shared_ptr<Clock> installed;
-  const std::shared_ptr<Clock> system = std::make_shared<SystemClock>();
-};
-
-ClockSlot& slot() {
-  static ClockSlot clockSlot;
-  return clockSlot;
+// The installed clock, or the system clock.
+ServiceSlot<Clock>& clocks() {
+  static ServiceSlot<Clock> slot(std::make_shared<SystemClock>());
+  return slot;
 }
 
 }  // namespace
@@ -46,15 +42,11 @@ void SystemClock::sleepUntil(double deadline) {
 }
 
 std::shared_ptr<Clock> currentClock() {
-  auto& s = slot();
-  std::lock_guard lock(s.mutex);
-  return s.installed ? s.installed : s.system;
+  return clocks().get();
 }
 
 std::shared_ptr<Clock> setCurrentClock(std::shared_ptr<Clock> clock) {
-  auto& s = slot();
-  std::lock_guard lock(s.mutex);
-  return std::exchange(s.installed, std::move(clock));
+  return clocks().install(std::move(clock));
 }
 
 double timeIntervalSince1970() {

@@ -63,10 +63,6 @@ WorkToken WorkTracker::begin() {
   return WorkToken(shared_from_this(), id);
 }
 
-std::function<void()> WorkTracker::track(std::function<void()> work) {
-  return trackedWork(begin(), std::move(work));
-}
-
 std::size_t WorkTracker::busyCount() const {
   std::lock_guard lock(mutex_);
   return busyCountLocked();

@@ -36,7 +36,6 @@ class Row {
 
   double constant() const { return constant_; }
   const std::vector<Cell>& cells() const { return cells_; }
-  bool hasNoCells() const { return cells_.empty(); }
 
   void addToConstant(double delta) { constant_ += delta; }
 

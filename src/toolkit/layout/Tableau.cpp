@@ -15,10 +15,8 @@ Symbol Tableau::newSymbol(SymbolKind kind) {
     basicSlot_.push_back(kNoSlot);
     columns_.emplace_back();
     occurrences_.push_back(0);
-    cachedValue_.push_back(0.0);
-    cachedRound_.push_back(0);
-    cachedFixed_.push_back(0);
-    fixedRound_.push_back(0);
+    values_.grow();
+    fixed_.grow();
   }
   return Symbol{id, kind};
 }
@@ -209,112 +207,80 @@ void Tableau::removeMarker(Symbol marker) {
   dropRow(slot);
 }
 
-void Tableau::beginEvaluation() {
-  if (++valueRound_ == 0) {
-    std::fill(cachedRound_.begin(), cachedRound_.end(), 0);
-    valueRound_ = 1;
+template <class Answer, class Decide>
+Answer Tableau::walkDefinitions(Symbol external, Memo<Answer>& memo, Answer parametric,
+                                Decide decide) {
+  evaluationStack_.assign(1, external);
+  while (!evaluationStack_.empty()) {
+    const Symbol symbol = evaluationStack_.back();
+    if (memo.known(symbol)) {
+      evaluationStack_.pop_back();
+      continue;
+    }
+    const std::uint32_t slot = basicSlot_[symbol.id];
+    if (slot == kNoSlot) {
+      memo.remember(symbol, parametric);
+      evaluationStack_.pop_back();
+      continue;
+    }
+    const Row& row = rows_[slot];
+    if (const std::optional<Answer> answer = decide(row)) {
+      memo.remember(symbol, *answer);
+      evaluationStack_.pop_back();
+      continue;
+    }
+    for (const Cell& cell : row.cells()) {
+      if (cell.symbol.kind == SymbolKind::External && !memo.known(cell.symbol))
+        evaluationStack_.push_back(cell.symbol);
+    }
   }
+  return memo.answers[external.id];
+}
+
+void Tableau::beginEvaluation() {
+  values_.beginRound();
 }
 
 double Tableau::valueOf(Symbol external) {
-  // Definitions name other external symbols, so a value may need theirs first. An explicit stack
-  // instead of recursion: chains of definitions can be as long as a layout has views.
-  auto isKnown = [this](Symbol s) { return cachedRound_[s.id] == valueRound_; };
-  auto remember = [this](Symbol s, double value) {
-    cachedValue_[s.id] = value;
-    cachedRound_[s.id] = valueRound_;
-  };
-  evaluationStack_.assign(1, external);
-  while (!evaluationStack_.empty()) {
-    const Symbol symbol = evaluationStack_.back();
-    if (isKnown(symbol)) {
-      evaluationStack_.pop_back();
-      continue;
-    }
-    const std::uint32_t slot = basicSlot_[symbol.id];
-    if (slot == kNoSlot) {
-      remember(symbol, 0.0);
-      evaluationStack_.pop_back();
-      continue;
-    }
-    // Parametric restricted symbols are 0 and basic ones never appear in a row, so only the
-    // external cells count.
-    const Row& row = rows_[slot];
+  // A parametric symbol is 0. Parametric restricted symbols are 0 too and basic ones never
+  // appear in a row, so only a row's external cells count.
+  return walkDefinitions(external, values_, 0.0, [this](const Row& row) -> std::optional<double> {
     double value = row.constant();
-    bool ready = true;
     for (const Cell& cell : row.cells()) {
       if (cell.symbol.kind != SymbolKind::External) continue;
-      if (isKnown(cell.symbol)) {
-        value += cell.coefficient * cachedValue_[cell.symbol.id];
-      } else {
-        evaluationStack_.push_back(cell.symbol);
-        ready = false;
-      }
+      if (!values_.known(cell.symbol)) return std::nullopt;
+      value += cell.coefficient * values_.answers[cell.symbol.id];
     }
-    if (ready) {
-      remember(symbol, value);
-      evaluationStack_.pop_back();
-    }
-  }
-  return cachedValue_[external.id];
+    return value;
+  });
 }
 
 void Tableau::beginFixednessQueries() {
-  if (++fixednessRound_ == 0) {
-    std::fill(fixedRound_.begin(), fixedRound_.end(), 0);
-    fixednessRound_ = 1;
-  }
+  fixed_.beginRound();
 }
 
 bool Tableau::isFixed(Symbol external) {
-  // As valueOf: definitions name other external symbols, whose answers come first.
-  auto isKnown = [this](Symbol s) { return fixedRound_[s.id] == fixednessRound_; };
-  auto remember = [this](Symbol s, bool fixed) {
-    cachedFixed_[s.id] = fixed ? 1 : 0;
-    fixedRound_[s.id] = fixednessRound_;
-  };
-  evaluationStack_.assign(1, external);
-  while (!evaluationStack_.empty()) {
-    const Symbol symbol = evaluationStack_.back();
-    if (isKnown(symbol)) {
-      evaluationStack_.pop_back();
-      continue;
-    }
-    const std::uint32_t slot = basicSlot_[symbol.id];
-    if (slot == kNoSlot) {
-      remember(symbol, false);  // a parametric external can take any value
-      evaluationStack_.pop_back();
-      continue;
-    }
-    const std::vector<Cell>& cells = rows_[slot].cells();
-    // A slack or error symbol that the objective does not charge for can move freely, and so can
-    // an external symbol that is not fixed.
-    const bool free = std::any_of(cells.begin(), cells.end(), [&](const Cell& cell) {
-      const Symbol other = cell.symbol;
-      if (other.kind == SymbolKind::Dummy) return false;
-      if (other.kind != SymbolKind::External) {
-        return !(objective_.coefficientFor(other) > kFixedCost);
-      }
-      return isKnown(other) && cachedFixed_[other.id] == 0;
-    });
-    if (free) {
-      remember(symbol, false);
-      evaluationStack_.pop_back();
-      continue;
-    }
-    bool ready = true;
-    for (const Cell& cell : cells) {
-      if (cell.symbol.kind == SymbolKind::External && !isKnown(cell.symbol)) {
-        evaluationStack_.push_back(cell.symbol);
-        ready = false;
-      }
-    }
-    if (ready) {
-      remember(symbol, true);
-      evaluationStack_.pop_back();
-    }
-  }
-  return cachedFixed_[external.id] != 0;
+  // A parametric external can take any value.
+  const auto fixed = walkDefinitions<std::uint8_t>(
+      external, fixed_, 0, [this](const Row& row) -> std::optional<std::uint8_t> {
+        // A slack or error symbol that the objective does not charge for can move freely, and so
+        // can an external symbol that is not fixed.
+        bool waiting = false;
+        for (const Cell& cell : row.cells()) {
+          const Symbol other = cell.symbol;
+          if (other.kind == SymbolKind::Dummy) continue;
+          if (other.kind != SymbolKind::External) {
+            if (!(objective_.coefficientFor(other) > kFixedCost)) return 0;
+          } else if (!fixed_.known(other)) {
+            waiting = true;
+          } else if (fixed_.answers[other.id] == 0) {
+            return 0;
+          }
+        }
+        if (waiting) return std::nullopt;
+        return 1;
+      });
+  return fixed != 0;
 }
 
 void Tableau::clear() {
@@ -334,12 +300,8 @@ void Tableau::clear() {
   infeasible_.clear();
   slotSeen_.clear();
   pass_ = 0;
-  cachedValue_.clear();
-  cachedRound_.clear();
-  valueRound_ = 0;
-  cachedFixed_.clear();
-  fixedRound_.clear();
-  fixednessRound_ = 0;
+  values_.clear();
+  fixed_.clear();
 }
 
 std::size_t Tableau::cellCount() const {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "toolkit/layout/Row.h"
@@ -78,12 +80,49 @@ class Tableau {
   std::size_t rowCount() const { return rows_.size() - freeSlots_.size(); }
   std::size_t symbolCount() const { return basicSlot_.size() - freeIds_.size(); }
   std::size_t cellCount() const;
-  std::size_t objectiveCellCount() const { return objective_.cells().size(); }
 
  private:
   static constexpr std::uint32_t kNoSlot = 0xffffffffu;
   // An objective cost at or below this is rounding noise, not a cost.
   static constexpr double kFixedCost = 1e-8;
+
+  // Answers about symbols, one per symbol id, kept for one round of queries: a round ends when the
+  // tableau may have changed under them.
+  template <class Answer>
+  struct Memo {
+    std::vector<Answer> answers;
+    std::vector<std::uint32_t> rounds;
+    std::uint32_t round = 0;
+
+    void beginRound() {
+      if (++round == 0) {
+        std::fill(rounds.begin(), rounds.end(), 0);
+        round = 1;
+      }
+    }
+    bool known(Symbol symbol) const { return rounds[symbol.id] == round; }
+    void remember(Symbol symbol, Answer answer) {
+      answers[symbol.id] = answer;
+      rounds[symbol.id] = round;
+    }
+    void grow() {
+      answers.emplace_back();
+      rounds.push_back(0);
+    }
+    void clear() {
+      answers.clear();
+      rounds.clear();
+      round = 0;
+    }
+  };
+
+  // The answer for `external`: `parametric` when it is not basic; otherwise `decide(row)` on its
+  // row gives it, or none while it needs the answers for external symbols of the row that are
+  // not known yet, which are then found first. Definitions name other external symbols, so the
+  // walk goes depth first, with an explicit stack instead of recursion: chains of definitions can
+  // be as long as a layout has views. Every answer is kept in `memo` for the round.
+  template <class Answer, class Decide>
+  Answer walkDefinitions(Symbol external, Memo<Answer>& memo, Answer parametric, Decide decide);
 
   // Keeps the column index of one slot's row in step with the symbols the row gains and loses.
   struct ColumnTracker {
@@ -147,15 +186,10 @@ class Tableau {
   std::vector<Cell> candidates_;
   std::vector<std::pair<std::uint64_t, Symbol>> pendingDefinitions_;
 
-  // Per symbol id: the value cached in evaluation round valueRound_.
-  std::vector<double> cachedValue_;
-  std::vector<std::uint32_t> cachedRound_;
-  std::uint32_t valueRound_ = 0;
+  // Per symbol id: its value, and whether it is fixed (1) or not (0), for the current round.
+  Memo<double> values_;
+  Memo<std::uint8_t> fixed_;
   std::vector<Symbol> evaluationStack_;
-  // Per symbol id: whether it is fixed, as found in query round fixedRound_.
-  std::vector<std::uint8_t> cachedFixed_;
-  std::vector<std::uint32_t> fixedRound_;
-  std::uint32_t fixednessRound_ = 0;
 
   // Per slot: the pass in which it was last seen, to drop duplicates while compacting a column.
   std::vector<std::uint32_t> slotSeen_;

@@ -14,7 +14,6 @@ class Variable {
   explicit Variable(std::string name) : state_(std::make_shared<State>(State{std::move(name)})) {}
 
   const std::string& name() const { return state_->name; }
-  void setName(std::string name) { state_->name = std::move(name); }
 
   // The value from the last Solver::updateVariables that covered this variable (0 before).
   double value() const { return state_->value; }

@@ -5,26 +5,31 @@
 
 #include <vlq/toolkit/Diagnostics.h>
 
+#include "toolkit/platform/ServiceSlot.h"
+
 namespace vlq::toolkit {
 namespace {
 
-std::mutex& sinkMutex() {
-  static std::mutex mutex;
-  return mutex;
+// The installed sink; none writes to standard error.
+ServiceSlot<const DiagnosticSink>& sinks() {
+  static ServiceSlot<const DiagnosticSink> slot;
+  return slot;
 }
 
-DiagnosticSink& installedSink() {
-  static DiagnosticSink sink;
-  return sink;
+// Held while a report is written and while the sink changes, so that a sink sees one report at
+// a time and never a report after it was replaced.
+std::mutex& writing() {
+  static std::mutex mutex;
+  return mutex;
 }
 
 }  // namespace
 
 void reportDiagnostic(std::string_view message) {
-  std::lock_guard lock(sinkMutex());
-  if (installedSink()) {
+  std::lock_guard lock(writing());
+  if (const auto sink = sinks().get()) {
     try {
-      installedSink()(message);
+      (*sink)(message);
     } catch (...) {
       // A failing sink loses the report; reporting never takes its caller down.
     }
@@ -35,8 +40,10 @@ void reportDiagnostic(std::string_view message) {
 }
 
 DiagnosticSink setDiagnosticSink(DiagnosticSink sink) {
-  std::lock_guard lock(sinkMutex());
-  return std::exchange(installedSink(), std::move(sink));
+  std::lock_guard lock(writing());
+  const auto replaced =
+      sinks().install(sink ? std::make_shared<const DiagnosticSink>(std::move(sink)) : nullptr);
+  return replaced ? *replaced : DiagnosticSink();
 }
 
 }  // namespace vlq::toolkit

@@ -2,22 +2,19 @@
 #include <array>
 #include <cstdint>
 #include <fstream>
-#include <mutex>
 #include <utility>
 
 #include <vlq/toolkit/ImageDecoder.h>
 
+#include "toolkit/platform/ServiceSlot.h"
+
 namespace vlq::toolkit {
 namespace {
 
-std::mutex& decoderMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-std::shared_ptr<const ImageDecoder>& installedDecoder() {
-  static std::shared_ptr<const ImageDecoder> decoder;
-  return decoder;
+// The installed decoder, or one that reads a PNG file's size.
+ServiceSlot<const ImageDecoder>& decoders() {
+  static ServiceSlot<const ImageDecoder> slot(std::make_shared<PngHeaderDecoder>());
+  return slot;
 }
 
 std::uint32_t bigEndian32(const unsigned char* bytes) {
@@ -28,14 +25,11 @@ std::uint32_t bigEndian32(const unsigned char* bytes) {
 }  // namespace
 
 std::shared_ptr<const ImageDecoder> ImageDecoder::current() {
-  std::lock_guard lock(decoderMutex());
-  if (!installedDecoder()) installedDecoder() = std::make_shared<PngHeaderDecoder>();
-  return installedDecoder();
+  return decoders().get();
 }
 
 void ImageDecoder::install(std::shared_ptr<const ImageDecoder> decoder) {
-  std::lock_guard lock(decoderMutex());
-  installedDecoder() = std::move(decoder);
+  decoders().install(std::move(decoder));
 }
 
 std::shared_ptr<const DecodedImage> PngHeaderDecoder::decode(const std::string& path) const {

@@ -2,18 +2,15 @@
 
 #include <vlq/toolkit/RandomSource.h>
 
+#include "toolkit/platform/ServiceSlot.h"
+
 namespace vlq::toolkit {
 namespace {
 
-struct SourceSlot {
-  std::mutex mutex;
-  std::shared_ptr<RandomSource> installed;
-  const std::shared_ptr<RandomSource> system = std::make_shared<SystemRandomSource>();
-};
-
-SourceSlot& slot() {
-  static SourceSlot sourceSlot;
-  return sourceSlot;
+// The installed source, or one seeded by the system.
+ServiceSlot<RandomSource>& sources() {
+  static ServiceSlot<RandomSource> slot(std::make_shared<SystemRandomSource>());
+  return slot;
 }
 
 std::mt19937 engineFromRandomDevice() {
@@ -50,15 +47,11 @@ std::uint32_t SeededRandomSource::next() {
 }
 
 std::shared_ptr<RandomSource> currentRandomSource() {
-  auto& s = slot();
-  std::lock_guard lock(s.mutex);
-  return s.installed ? s.installed : s.system;
+  return sources().get();
 }
 
 std::shared_ptr<RandomSource> setCurrentRandomSource(std::shared_ptr<RandomSource> source) {
-  auto& s = slot();
-  std::lock_guard lock(s.mutex);
-  return std::exchange(s.installed, std::move(source));
+  return sources().install(std::move(source));
 }
 
 std::uint32_t arc4random_uniform(std::uint32_t upperBound) {

@@ -1,44 +1,31 @@
 #include <cmath>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <vlq/toolkit/TextMeasurer.h>
 
+#include "toolkit/platform/ServiceSlot.h"
+#include "toolkit/text/Utf8.h"
+
 namespace vlq::toolkit {
 namespace {
 
-std::mutex& measurerMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-std::shared_ptr<const TextMeasurer>& installedMeasurer() {
-  static std::shared_ptr<const TextMeasurer> measurer;
-  return measurer;
-}
-
-bool isContinuationByte(char c) {
-  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+// The installed measurer, or one that gives every character the same width.
+ServiceSlot<const TextMeasurer>& measurers() {
+  static ServiceSlot<const TextMeasurer> slot(std::make_shared<FixedAdvanceTextMeasurer>());
+  return slot;
 }
 
 }  // namespace
-
-std::size_t characterCount(std::string_view text) {
-  std::size_t count = 0;
-  for (const char c : text) {
-    if (!isContinuationByte(c)) ++count;
-  }
-  return count;
-}
 
 std::size_t TextMeasurer::fittingPrefix(std::string_view text, std::string_view suffix,
                                         const UIFont& font, double width) const {
   // Binary search over character boundaries: widths grow with the prefix.
   std::vector<std::size_t> boundaries{0};
-  for (std::size_t i = 1; i <= text.size(); ++i) {
-    if (i == text.size() || !isContinuationByte(text[i])) boundaries.push_back(i);
+  for (std::size_t i = 0; i < text.size();) {
+    i += utf8::characterAt(text, i).bytes;
+    boundaries.push_back(i);
   }
   std::size_t low = 0;
   std::size_t high = boundaries.size() - 1;
@@ -56,18 +43,16 @@ std::size_t TextMeasurer::fittingPrefix(std::string_view text, std::string_view 
 }
 
 std::shared_ptr<const TextMeasurer> TextMeasurer::current() {
-  std::lock_guard lock(measurerMutex());
-  if (!installedMeasurer()) installedMeasurer() = std::make_shared<FixedAdvanceTextMeasurer>();
-  return installedMeasurer();
+  return measurers().get();
 }
 
 void TextMeasurer::install(std::shared_ptr<const TextMeasurer> measurer) {
-  std::lock_guard lock(measurerMutex());
-  installedMeasurer() = std::move(measurer);
+  measurers().install(std::move(measurer));
 }
 
 CGSize FixedAdvanceTextMeasurer::sizeOfLine(std::string_view text, const UIFont& font) const {
-  return {static_cast<double>(characterCount(text)) * 0.55 * font.pointSize(), lineHeight(font)};
+  return {static_cast<double>(utf8::characterCount(text)) * 0.55 * font.pointSize(),
+          lineHeight(font)};
 }
 
 double FixedAdvanceTextMeasurer::lineHeight(const UIFont& font) const {

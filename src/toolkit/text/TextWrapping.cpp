@@ -1,6 +1,6 @@
 #include "toolkit/text/TextWrapping.h"
 
-#include <vlq/toolkit/NSRange.h>
+#include "toolkit/text/Utf8.h"
 
 namespace vlq::toolkit {
 namespace {
@@ -29,7 +29,7 @@ void wrapParagraph(std::string_view text, std::size_t begin, std::size_t end, co
     std::size_t next = lineEnd;
     if (lineEnd == position) {
       // No space to break at: break the word, taking at least one character.
-      lineEnd = fitting > 0 ? position + fitting : nextCharacterBoundary(text, position);
+      lineEnd = fitting > 0 ? position + fitting : utf8::nextBoundary(text, position);
       next = lineEnd;
     }
     while (next < end && text[next] == ' ')

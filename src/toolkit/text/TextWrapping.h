@@ -1,6 +1,6 @@
 #pragma once
 
-// Breaking text into lines by words, as a multi-line text view lays it out: each "\n" ends a
+// Breaking text into lines by words, as labels and text views lay it out: each "\n" ends a
 // line; within a paragraph a line ends at the last space that lets it fit the width (the spaces
 // at a break belong to no line), and a word wider than the whole line is broken between
 // characters. Widths come from the installed TextMeasurer, so the lines match what a backend that

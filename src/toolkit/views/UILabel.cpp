@@ -6,51 +6,12 @@
 #include <vlq/toolkit/TextMeasurer.h>
 #include <vlq/toolkit/UILabel.h>
 
+#include "toolkit/text/TextWrapping.h"
+
 namespace vlq::toolkit {
 namespace {
 
 constexpr double kUnlimited = std::numeric_limits<double>::infinity();
-
-// The length in bytes of the first UTF-8 character of `text` (not empty).
-std::size_t firstCharacterLength(std::string_view text) {
-  std::size_t length = 1;
-  while (length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
-    ++length;
-  return length;
-}
-
-// Greedy word wrapping of one paragraph (text without line breaks) at `width`. A word wider than
-// the line is broken between characters.
-void wrapParagraph(std::string_view paragraph, double width, const TextMeasurer& measurer,
-                   const UIFont& font, std::vector<std::string>& lines) {
-  const auto fits = [&](std::string_view line) {
-    return measurer.sizeOfLine(line, font).width <= width;
-  };
-  std::string line;
-  std::size_t position = 0;
-  while (position < paragraph.size()) {
-    const std::size_t space = paragraph.find(' ', position);
-    const std::size_t end = space == std::string_view::npos ? paragraph.size() : space;
-    std::string_view word = paragraph.substr(position, end - position);
-    position = end == paragraph.size() ? end : end + 1;
-
-    std::string candidate = line.empty() ? std::string(word) : line + " " + std::string(word);
-    if (fits(candidate)) {
-      line = std::move(candidate);
-      continue;
-    }
-    if (!line.empty()) lines.push_back(std::exchange(line, std::string()));
-    while (!word.empty() && !fits(word)) {
-      // At least one character per line, however narrow the width.
-      std::size_t cut = measurer.fittingPrefix(word, "", font, width);
-      if (cut == 0) cut = firstCharacterLength(word);
-      lines.emplace_back(word.substr(0, cut));
-      word.remove_prefix(cut);
-    }
-    line = std::string(word);
-  }
-  lines.push_back(std::move(line));
-}
 
 }  // namespace
 
@@ -118,16 +79,11 @@ std::vector<std::string> UILabel::linesForWidth(double width) const {
   std::vector<std::string> lines;
   if (!hasText()) return lines;
   if (width <= 0) width = kUnlimited;
-  const auto measurer = TextMeasurer::current();
-  std::string_view text = *text_;
-  while (true) {
-    const std::size_t newline = text.find('\n');
-    wrapParagraph(text.substr(0, newline), width, *measurer, *font_, lines);
-    if (newline == std::string_view::npos) break;
-    text.remove_prefix(newline + 1);
-  }
-  if (numberOfLines_ > 0 && lines.size() > static_cast<std::size_t>(numberOfLines_)) {
-    lines.resize(static_cast<std::size_t>(numberOfLines_));
+  // A label wraps by words as a text view does.
+  const std::string_view text = *text_;
+  for (const auto& line : wrapTextByWords(text, *font_, width, *TextMeasurer::current())) {
+    if (numberOfLines_ > 0 && lines.size() == static_cast<std::size_t>(numberOfLines_)) break;
+    lines.emplace_back(text.substr(line.begin, line.end - line.begin));
   }
   return lines;
 }

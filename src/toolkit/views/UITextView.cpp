@@ -13,6 +13,7 @@
 #include <vlq/toolkit/UIWindow.h>
 
 #include "toolkit/text/TextWrapping.h"
+#include "toolkit/text/Utf8.h"
 
 namespace vlq::toolkit {
 namespace {
@@ -76,13 +77,14 @@ void UITextView::setText(std::optional<std::string> text) {
 }
 
 NSRange UITextView::selectedRange() const {
-  const std::size_t begin = utf16OffsetOfByteOffset(text_, selectionBegin_);
-  return {begin, utf16OffsetOfByteOffset(text_, selectionEnd_) - begin};
+  const std::size_t begin = utf8::utf16OffsetOfByteOffset(text_, selectionBegin_);
+  return {begin, utf8::utf16OffsetOfByteOffset(text_, selectionEnd_) - begin};
 }
 
 void UITextView::setSelectedRange(NSRange range) {
-  selectionBegin_ = byteOffsetOfUtf16Offset(text_, range.location);
-  selectionEnd_ = std::max(selectionBegin_, byteOffsetOfUtf16Offset(text_, NSMaxRange(range)));
+  selectionBegin_ = utf8::byteOffsetOfUtf16Offset(text_, range.location);
+  selectionEnd_ =
+      std::max(selectionBegin_, utf8::byteOffsetOfUtf16Offset(text_, NSMaxRange(range)));
   ++textGeneration_;
   setNeedsDisplay();
 }
@@ -208,7 +210,7 @@ void UITextView::deleteBackward() {
   if (selectionBegin_ != selectionEnd_) {
     editText(selectionBegin_, selectionEnd_, "");
   } else if (selectionBegin_ > 0) {
-    editText(previousCharacterBoundary(text_, selectionBegin_), selectionBegin_, "");
+    editText(utf8::previousBoundary(text_, selectionBegin_), selectionBegin_, "");
   }
 }
 
@@ -217,8 +219,8 @@ void UITextView::editText(std::size_t begin, std::size_t end, std::string_view r
   const auto keepAlive = strongSelf<UITextView>();
   const std::uint64_t generation = textGeneration_;
   if (const auto delegate = textViewDelegate()) {
-    const std::size_t location = utf16OffsetOfByteOffset(text_, begin);
-    const NSRange range{location, utf16OffsetOfByteOffset(text_, end) - location};
+    const std::size_t location = utf8::utf16OffsetOfByteOffset(text_, begin);
+    const NSRange range{location, utf8::utf16OffsetOfByteOffset(text_, end) - location};
     bool agreed = false;
     try {
       agreed =

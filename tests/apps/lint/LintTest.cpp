@@ -113,6 +113,67 @@ TEST(LintTest, EveryFaultIsFoundWithItsCodeSeverityAndPath) {
                             "required": false, "randomized": false})"));
 }
 
+TEST(LintTest, TargetingRulesThatDoNotMeanWhatTheySeemAreFound) {
+  const auto report = lintConfiguration(readFile(VLQ_LINT_TARGETING));
+  const auto at = [](int entry, const std::string& key) {
+    return "/configs/" + std::to_string(entry) + "/targeting" + (key.empty() ? "" : "/" + key);
+  };
+  std::vector<Found> targeting;
+  for (const auto& finding : found(report)) {
+    if (std::get<1>(finding) != "duplicate-id") targeting.push_back(finding);
+  }
+  const std::vector<Found> expected = {
+      {"error", "recontact-days-invalid", "/recontact_days"},
+      {"error", "targeting-invalid", at(1, "")},
+      {"error", "events-invalid", at(2, "events")},
+      {"error", "no-events", at(2, "events")},
+      {"error", "events-invalid", at(3, "events")},
+      {"error", "no-events", at(4, "events")},
+      {"error", "unknown-display", at(5, "display")},
+      {"error", "limit-without-limited", at(6, "limit")},
+      {"error", "limit-invalid", at(7, "limit")},
+      {"error", "sample-percent-invalid", at(8, "sample_percent")},
+      {"error", "sample-percent-invalid", at(9, "sample_percent")},
+      {"error", "recontact-days-invalid", at(10, "recontact_days")},
+      {"error", "attributes-invalid", at(11, "attributes")},
+      {"warning", "targeting-key-unknown", at(12, "sample_percentage")},
+      {"error", "targeting-ignored", at(13, "")},
+  };
+  EXPECT_EQ(targeting, expected);
+  EXPECT_NE(messageAt(report, "sample-percent-invalid", at(8, "sample_percent")).find("as 100"),
+            std::string::npos);
+  EXPECT_NE(messageAt(report, "targeting-ignored", at(13, "")).find("/configs/0"),
+            std::string::npos);
+
+  // The summary says when each survey is due, as the host reads its rules.
+  const auto json = reportJson(report);
+  const auto due = [&](int survey) { return json["surveys"][survey]["due"].get<std::string>(); };
+  EXPECT_EQ(
+      due(0),
+      "when the application reports \"order_placed\" or \"support_closed\", for users with "
+      "plan \"plus\" or \"pro\", country \"NZ\" and beta true, on 12.5% of devices, at most 2 "
+      "times");
+  EXPECT_EQ(json["surveys"][0]["targeting"],
+            Json::parse(R"({"events": ["order_placed", "support_closed"], "display": "limited",
+                            "limit": 2, "recontact_days": 0, "sample_percent": 12.5,
+                            "attributes": {"plan": ["plus", "pro"], "country": "NZ",
+                                           "beta": true}})"));
+  EXPECT_EQ(due(1), "only when the application triggers it (no \"targeting\")");
+  EXPECT_EQ(json["surveys"][1]["targeting"], nullptr);
+  EXPECT_EQ(due(2).rfind("never on an application event", 0), 0u);
+  EXPECT_EQ(due(9), "when the application reports \"a\", on 0% of devices, until answered");
+  EXPECT_EQ(due(11), "never: no user matches its attributes");
+  EXPECT_EQ(due(13), due(0));
+
+  const auto waiting = lintConfiguration(R"({"recontact_days": 14, "configs": [
+      {"_id": "a", "ui": {"questions": [{"id": "1", "title": "Q", "answer_mode": "rating"}]},
+       "targeting": {"events": ["e"], "display": "once"}}]})");
+  EXPECT_TRUE(waiting.findings.empty());
+  EXPECT_EQ(waiting.surveys[0].due,
+            "when the application reports \"e\", once, not within 14 days after another targeted "
+            "survey was shown");
+}
+
 TEST(LintTest, DuplicatesShowTheLastEntrysSurveyAfterTheirOwnDelay) {
   const auto json = reportJson(lintConfiguration(readFile(VLQ_LINT_FAULTS)));
   const Json& first = json["surveys"][0];
@@ -133,7 +194,7 @@ TEST(LintTest, ADocumentThatShowsNoSurveySaysWhy) {
   } cases[] = {
       {"{\n  \"configs\": [\n    {\"_id\": \"a\",}\n", "unreadable", "line 3, column 17: "},
       {"\n  [{\"configs\": []}]", "unreadable", "line 2, column 3: the document is a list"},
-      {std::string(200, '[') + std::string(200, ']'), "unreadable", "line 1, column 129: nested"},
+      {std::string(600, '[') + std::string(600, ']'), "unreadable", "line 1, column 513: nested"},
       {"", "unreadable", "line 1, column 1: "},
       {R"({"configs": {"_id": "a"}})", "configs-missing", "\"configs\" is an object"},
       {R"({"surveys": []})", "configs-missing", "There is no \"configs\""},

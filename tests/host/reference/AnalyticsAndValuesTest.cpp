@@ -102,6 +102,22 @@ TEST(SettingsTest, ValuesOfTheWrongTypeFallBackOneByOne) {
   EXPECT_TRUE(isUuidText(partial->getDeviceID().value_or("")));
 }
 
+TEST(SettingsTest, AttributesAsDeepAsThePlatformReadsAreKeptAndDeeperOnesRefused) {
+  // The settings object and "user_attributes" are two levels; the value in it makes the rest.
+  ScratchDirectory library;
+  const auto settings = [&](std::size_t levels) {
+    const std::string path = library.file(std::to_string(levels) + ".json");
+    std::ofstream(path) << R"({"app_id": "deep", "user_attributes": {"tiers": )"
+                        << std::string(levels - 2, '[') << std::string(levels - 2, ']') << "}}";
+    return path;
+  };
+  const auto deep = hostIn(library, settings(512));
+  EXPECT_EQ(deep->applicationIdentifier(), "deep");
+  EXPECT_EQ(deep->user().additionalInfo()["tiers"].dump(),
+            std::string(510, '[') + std::string(510, ']'));
+  EXPECT_EQ(hostIn(library, settings(513))->applicationIdentifier(), "reference-app");
+}
+
 TEST(SettingsTest, MissingUnreadableOrNonObjectSettingsGiveTheDefaults) {
   ScratchDirectory library;
   std::ofstream(library.file("array.json")) << "[1, 2]";

@@ -52,7 +52,7 @@ class ScriptRecorder {
     systems_.emplace_back();
     variables_.clear();
     for (int i = 0; i < count; ++i)
-      variables_.emplace_back("v" + std::to_string(i));
+      variables_.emplace_back(std::string("v").append(std::to_string(i)));
     constraints_.clear();
     added_.clear();
   }

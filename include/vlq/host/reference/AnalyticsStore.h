@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 struct sqlite3;
@@ -22,7 +23,7 @@ struct StoredEvent {
   double time = 0;
 };
 
-class AnalyticsStore {
+class VLQ_API AnalyticsStore {
  public:
   // Opens (creating it when needed) the database at `path`. When it cannot be opened the store
   // keeps its events in memory for the life of the object, so logging still works.

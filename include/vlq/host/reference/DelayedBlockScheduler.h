@@ -13,12 +13,13 @@
 #include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/reference/HostWork.h>
 #include <vlq/host/reference/WorkerThreads.h>
 
 namespace vlq::reference {
 
-class DelayedBlockScheduler {
+class VLQ_API DelayedBlockScheduler {
  public:
   explicit DelayedBlockScheduler(HostWorkCounter& work);
   ~DelayedBlockScheduler();

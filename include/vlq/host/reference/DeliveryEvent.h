@@ -13,6 +13,8 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
+
 namespace vlq::reference {
 
 enum class DeliveryStage {
@@ -25,7 +27,7 @@ enum class DeliveryStage {
   lost,            // a body the outbox could not keep, and its only attempt failed
 };
 
-struct DeliveryEvent {
+struct VLQ_API DeliveryEvent {
   DeliveryStage stage = DeliveryStage::queued;
   std::string key;  // the idempotency key sent with every attempt
   std::string url;  // the path and query posted to

@@ -6,8 +6,10 @@
 // the main thread.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQEvent.h>
 #include <vlq/host/VLQEventListener.h>
 #include <vlq/host/reference/HostWork.h>
@@ -15,7 +17,7 @@
 
 namespace vlq::reference {
 
-class EventDispatcher {
+class VLQ_API EventDispatcher {
  public:
   explicit EventDispatcher(HostWorkCounter& work);
   ~EventDispatcher();
@@ -25,6 +27,12 @@ class EventDispatcher {
   // Queues `event` for the listeners registered for its type now; returns at once. An event that
   // nobody listens to is dropped.
   void raise(std::shared_ptr<const VLQEvent> event);
+  // Queues `task` to run on the event thread, in order with the events raised around it; returns
+  // at once. Dropped once stopped.
+  void post(std::function<void()> task);
+  // Delivers `event` at once, on the calling thread, to the listeners registered for its type: for
+  // a task running on the event thread.
+  void deliverHere(const std::shared_ptr<const VLQEvent>& event);
   // Drops the events not yet delivered and ends the event thread (after the delivery under way).
   void stop();
 

@@ -8,7 +8,9 @@
 //     "app_version": "3.2.1",
 //     "user_attributes": {"tier": "beta"},
 //     "app_id": "app-1",
-//     "device_id": "an override of the persisted device id"
+//     "device_id": "an override of the persisted device id",
+//     "app_key": "the key the service gave the app",
+//     "ca_file": "/etc/ssl/survey-service-ca.pem"
 //   }
 //
 // Defaults, used for every value that is missing or of the wrong type, and for everything when the
@@ -17,17 +19,22 @@
 // - session attributes and user attributes: an empty object;
 // - app_version: "1.0";
 // - app_id: "reference-app";
-// - device_id: none, so the persisted device id is used.
+// - device_id: none, so the persisted device id is used;
+// - app_key: none: requests carry no Authorization; with one, every request to the service and
+//   every sync over HTTP carries "Authorization: Bearer <app_key>";
+// - ca_file: none: https:// certificates are verified against the system's authorities; with one,
+//   against the authorities in that PEM file.
 // Attributes are passed on as they are, whatever JSON values they hold.
 
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq::reference {
 
-struct HostSettings {
+struct VLQ_API HostSettings {
   static constexpr const char* kDefaultAppVersion = "1.0";
   static constexpr const char* kDefaultAppId = "reference-app";
 
@@ -37,6 +44,8 @@ struct HostSettings {
   Json userAttributes = Json::object();
   std::string appId = kDefaultAppId;
   std::optional<std::string> deviceIdOverride;
+  std::string appKey;
+  std::string caFile;
 
   // The settings of the JSON document `document`, with the defaults above where it says nothing.
   static HostSettings fromDocument(const Json& document);

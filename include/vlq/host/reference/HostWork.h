@@ -10,11 +10,12 @@
 #include <cstdint>
 #include <memory>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/WorkTracker.h>
 
 namespace vlq::reference {
 
-class HostWork {
+class VLQ_API HostWork {
  public:
   HostWork() = default;
   HostWork(HostWork&& other) noexcept = default;
@@ -38,7 +39,7 @@ class HostWork {
 };
 
 // Counts the host's work in flight.
-class HostWorkCounter {
+class VLQ_API HostWorkCounter {
  public:
   // Starts one piece of work; call it on the thread that hands the work over.
   HostWork begin();

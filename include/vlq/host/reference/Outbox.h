@@ -36,6 +36,7 @@
 #include <utility>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/HostValues.h>
 #include <vlq/host/reference/DelayedBlockScheduler.h>
 #include <vlq/host/reference/DeliveryEvent.h>
@@ -62,7 +63,7 @@ struct OutboxSettings {
 using OutboxTransport = std::function<HttpOutcome(const std::string& url, const std::string& body,
                                                   const VLQHeaderFields& headers)>;
 
-class Outbox {
+class VLQ_API Outbox {
  public:
   static constexpr const char* kIdempotencyHeader = "Idempotency-Key";
   // The error a completion receives when the host shuts down before the body's first attempt.

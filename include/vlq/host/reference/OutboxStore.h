@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/HostValues.h>
 
 struct sqlite3;
@@ -45,7 +46,7 @@ struct DeadLetter {
   double deadAt = 0;
 };
 
-class OutboxStore {
+class VLQ_API OutboxStore {
  public:
   // Opens (creating it when missing) the outbox at `path`, limited to about `limitBytes`. Null,
   // with `error` filled, when the file cannot be created or opened or is not an outbox (a

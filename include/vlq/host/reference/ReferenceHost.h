@@ -18,7 +18,14 @@
 //   each attempt with the body's idempotency key. The completion handler runs once, on a host
 //   thread, with the answer to the first attempt.
 // - Trigger trace: installed as the plug-in's diagnostics listener, it writes each decision to the
-//   platform log as "<VLQ TRACE> " followed by the decision as compact JSON.
+//   platform log as "<VLQ TRACE> " followed by the decision as compact JSON (unless the options
+//   turn that off), and shows it to a trace observer.
+// - When a survey is due (TargetingEvaluator.h): installed as the context evaluator, it reads the
+//   targeting rules from the document; track() judges an application event on the event thread
+//   and raises the trigger of the first survey due, adding its own steps to the trace. It learns
+//   showings from the plug-in's analytics events and answers from its posts, and keeps them in
+//   SQLite in the Library directory. It knows a survey is in action only as the plug-in's
+//   diagnostics listener: install it with plugin->setDiagnosticsListener(host).
 //
 // Every piece of work handed to another thread is announced to the main queue (HostWork.h), so a
 // virtual run loop waits for the host before it moves time on; idle() tells whether any is left.
@@ -31,6 +38,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQController.h>
 #include <vlq/host/VLQDiagnosticsListener.h>
 #include <vlq/host/reference/AnalyticsStore.h>
@@ -46,9 +54,13 @@
 
 namespace vlq::reference {
 
-class ReferenceHost : public VLQController,
-                      public VLQDiagnosticsListener,
-                      public std::enable_shared_from_this<ReferenceHost> {
+// The rules for when a survey is due live inside the library; tools built with it reach them
+// through targeting().
+class TargetingEvaluator;
+
+class VLQ_API ReferenceHost : public VLQController,
+                              public VLQDiagnosticsListener,
+                              public std::enable_shared_from_this<ReferenceHost> {
  public:
   // Called with each analytics event as it is logged, on the logging thread.
   using EventObserver = std::function<void(const std::string& name, const Json& info)>;
@@ -59,6 +71,11 @@ class ReferenceHost : public VLQController,
   static constexpr const char* kAnalyticsFileName = "vlq-analytics.sqlite";
   // The outbox's file name inside the Library directory, unless the options name one.
   static constexpr const char* kOutboxFileName = "vlq-outbox.sqlite";
+  // The history of showings and answers, inside the Library directory.
+  static constexpr const char* kDisplayHistoryFileName = "vlq-display-history.sqlite";
+  // Called with each step of the trigger trace as JSON (the plug-in's and the host's own), on the
+  // thread that took the decision.
+  using TraceObserver = std::function<void(const Json& step)>;
 
   // A host with its threads started. An empty library directory means the toolkit's current
   // Library directory. Creates the directory when missing.
@@ -81,8 +98,20 @@ class ReferenceHost : public VLQController,
   // outbox for its next attempt is a post in flight.
   bool idle() const { return work_.idle(); }
 
-  // Delivers `event` to the listeners registered for its type, on the event thread.
+  // Delivers `event` to the listeners registered for its type, on the event thread. A survey
+  // trigger raised this way is the application's own decision: no rule holds it back, but its
+  // showings and answers count.
   void raiseEvent(VLQEvent event);
+  // The application reports the event `name` (any thread; returns at once). On the event thread,
+  // in order with the events raised, the surveys whose targeting listens for `name` are judged in
+  // document order and the first that is due is triggered: event 15 with {"id": the survey,
+  // "event": name} and, when `properties` is a non-empty object, "properties". Each judgement is
+  // a step of the trace.
+  void track(const std::string& name, const Json& properties = Json());
+  // Replaces the observer of the trigger trace (an empty function removes it).
+  void setTraceObserver(TraceObserver observer);
+  // The rules, the history and what the host knows of the survey in action.
+  const std::shared_ptr<TargetingEvaluator>& targeting() const { return targeting_; }
 
   // Every analytics event stored so far, oldest first (earlier runs on the same database
   // included).
@@ -124,6 +153,10 @@ class ReferenceHost : public VLQController,
  private:
   explicit ReferenceHost(ReferenceHostOptions options);
   void stopThreads();
+  // On the event thread: the judgement of a tracked event and the trigger it leads to.
+  void judgeTrackedEvent(const std::string& name, const Json& properties);
+  // Writes a step of the trace to the log (as the options say) and shows it to the observer.
+  void traceStep(const Json& step);
 
   const ReferenceHostOptions options_;
   const HostSettings settings_;
@@ -140,6 +173,10 @@ class ReferenceHost : public VLQController,
   WorkerThreads workers_;  // syncs
   Outbox outbox_;
   std::atomic<bool> shutDown_{false};
+
+  const std::shared_ptr<TargetingEvaluator> targeting_;
+  std::mutex traceObserverMutex_;
+  TraceObserver traceObserver_;
 };
 
 }  // namespace vlq::reference

@@ -5,12 +5,13 @@
 #include <optional>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/reference/HttpTransport.h>
 
 namespace vlq::reference {
 
 // Where the reference host keeps its files and where it finds its services.
-struct ReferenceHostOptions {
+struct VLQ_API ReferenceHostOptions {
   // The application's Library directory: the configuration file, the device id and (by default)
   // the analytics database and the outbox live here. Created when missing.
   std::string libraryDirectory;
@@ -36,6 +37,9 @@ struct ReferenceHostOptions {
   // Receives the host's own messages (an outbox it cannot use, a body the service refused for
   // good), one line each without a newline; empty: standard error.
   std::function<void(const std::string& message)> log = {};
+  // Writes each step of the trigger trace to the platform log as "<VLQ TRACE> {...}"; a host that
+  // shows the trace its own way (a trace observer) may turn it off.
+  bool logTrace = true;
 };
 
 }  // namespace vlq::reference

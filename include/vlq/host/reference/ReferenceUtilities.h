@@ -7,11 +7,12 @@
 #include <mutex>
 #include <string>
 
+#include <vlq/Export.h>
 #include <vlq/host/VLQUtilities.h>
 
 namespace vlq::reference {
 
-class ReferenceUtilities : public VLQUtilities {
+class VLQ_API ReferenceUtilities : public VLQUtilities {
  public:
   // The window that keyWindow() reports from now on; null goes back to the toolkit's key window.
   void setKeyWindow(std::shared_ptr<toolkit::UIWindow> window);

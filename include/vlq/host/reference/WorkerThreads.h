@@ -12,9 +12,11 @@
 #include <functional>
 #include <memory>
 
+#include <vlq/Export.h>
+
 namespace vlq::reference {
 
-class WorkerThreads {
+class VLQ_API WorkerThreads {
  public:
   WorkerThreads();
   WorkerThreads(const WorkerThreads&) = delete;

@@ -17,7 +17,7 @@ class NamedController : public VLQController {
 };
 
 // Every suite installs a host and sees its events reach it; here, installing while others read.
-TEST(HostSingletonTest, ReadersOnOtherThreadsSeeEitherHostWhileOneInstalls) {
+TEST(SharedHostTest, ReadersOnOtherThreadsSeeEitherHostWhileOneInstalls) {
   auto host = std::make_shared<NamedController>();
   std::atomic<bool> done{false};
   std::vector<std::thread> readers;
@@ -35,6 +35,24 @@ TEST(HostSingletonTest, ReadersOnOtherThreadsSeeEitherHostWhileOneInstalls) {
   for (auto& reader : readers)
     reader.join();
   EXPECT_FALSE(VLQController::sharedController()->applicationIdentifier().has_value());
+}
+
+// A host that goes away takes itself out, and only itself.
+TEST(SharedHostTest, AHostUninstallsItselfButNotTheOneThatReplacedIt) {
+  const auto older = std::make_shared<NamedController>();
+  const auto newer = std::make_shared<NamedController>();
+  VLQController::installSharedController(older);
+  VLQController::installSharedController(newer);
+  EXPECT_EQ(VLQController::uninstallSharedController(older.get()), nullptr);
+  EXPECT_EQ(VLQController::sharedController(), newer);
+  EXPECT_EQ(VLQController::uninstallSharedController(newer.get()), newer);
+  EXPECT_NE(VLQController::sharedController(), newer);
+
+  const auto utilities = std::make_shared<VLQUtilities>();
+  VLQUtilities::installShared(utilities);
+  EXPECT_EQ(VLQUtilities::uninstallShared(nullptr), nullptr);
+  EXPECT_EQ(VLQUtilities::uninstallShared(utilities.get()), utilities);
+  EXPECT_EQ(VLQUtilities::installShared(nullptr), nullptr);
 }
 
 }  // namespace

@@ -10,12 +10,16 @@
 #include <string>
 #include <string_view>
 
+#include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 
 namespace vlq {
 
-// Arrays and objects nested deeper than this are refused. A survey configuration needs six.
-inline constexpr std::size_t kMaxJsonDepth = 128;
+// Arrays and objects nested deeper than this are refused: as deep as the platform's own JSON
+// reader goes. A survey configuration needs six; the rest is room for keys the plug-in does not
+// read. At this depth, the copies, comparisons and printing that recurse stay far inside a
+// thread's stack, under the sanitizers too.
+inline constexpr std::size_t kMaxJsonDepth = 512;
 
 // Why a text was refused, with the place (lines and columns count from 1; a column counts bytes).
 struct JsonParseError {
@@ -26,6 +30,7 @@ struct JsonParseError {
 
 // The document in `text`, or none when it is not one JSON value or nests deeper than
 // kMaxJsonDepth; `error`, when given, then says why and where. Never throws.
-std::optional<Json> parseJsonDocument(std::string_view text, JsonParseError* error = nullptr);
+VLQ_API std::optional<Json> parseJsonDocument(std::string_view text,
+                                              JsonParseError* error = nullptr);
 
 }  // namespace vlq
