@@ -117,13 +117,21 @@ bool SurveyOverlayCore::isBackground(const UIView& view) const {
 }
 
 bool SurveyOverlayCore::windowShowsSurvey() const {
-  if (window_->rootViewController() != window_->applicationScreen()) return true;
-  return std::any_of(window_->subviews().begin(), window_->subviews().end(),
-                     [&](const auto& subview) {
-                       const CGRect frame = subview->frame();
-                       return !isBackground(*subview) && !subview->isHidden() &&
-                              subview->alpha() > 0 && frame.width() > 0 && frame.height() > 0;
-                     });
+  const auto screen = window_->applicationScreen();
+  if (window_->rootViewController() != screen) return true;
+  // What lies behind the application's screen is covered by it: a page's container left in the
+  // window after a submission, for one.
+  const auto& subviews = window_->subviews();
+  auto front = subviews.begin();
+  if (screen->isViewLoaded()) {
+    const auto found = std::find(subviews.begin(), subviews.end(), screen->view());
+    if (found != subviews.end()) front = std::next(found);
+  }
+  return std::any_of(front, subviews.end(), [&](const auto& subview) {
+    const CGRect frame = subview->frame();
+    return !isBackground(*subview) && !subview->isHidden() && subview->alpha() > 0 &&
+           frame.width() > 0 && frame.height() > 0;
+  });
 }
 
 std::vector<QString> SurveyOverlayCore::newlyShownSurveys() {

@@ -35,7 +35,10 @@ class SurveyOverlayItem::Host : public OverlayHost {
     item_.setOpacity(0);
     QImage scene = window->grabWindow();
     item_.setOpacity(opacity);
-    const qreal ratio = scene.devicePixelRatio() > 0 ? scene.devicePixelRatio() : 1;
+    // Some platforms (the offscreen one) hand the grab back without its pixel ratio: the window's
+    // own says how many pixels make a point.
+    const qreal ratio =
+        window->effectiveDevicePixelRatio() > 0 ? window->effectiveDevicePixelRatio() : 1;
     const QRectF area = item_.mapRectToScene(item_.boundingRect());
     const QRect pixels(QPointF(area.topLeft() * ratio).toPoint(),
                        QPointF(area.bottomRight() * ratio).toPoint());

@@ -87,7 +87,8 @@ TEST(SurveyOverlayItemTest, TheInvitationCoversTheScenesPixelsTakesItsInputAndGi
   EXPECT_EQ(shown.count(), 1);
   EXPECT_TRUE(scene.overlay->hasActiveFocus());
 
-  const QImage frame = scene.view.grabWindow();
+  QImage frame = scene.view.grabWindow();
+  frame.setDevicePixelRatio(scene.view.effectiveDevicePixelRatio());
   EXPECT_TRUE(isVeiledRed(colorAt(frame, 500, 40))) << colorAt(frame, 500, 40).name().toStdString();
   EXPECT_GT(colorAt(frame, 20, 20).green(), 200);
 

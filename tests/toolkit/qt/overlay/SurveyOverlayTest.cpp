@@ -10,6 +10,8 @@
 #include <QVBoxLayout>
 
 #include <vlq/qt/SurveyOverlay.h>
+#include <vlq/toolkit/DispatchQueue.h>
+#include <vlq/toolkit/UIViewController.h>
 
 #include "OverlayTestSupport.h"
 
@@ -137,6 +139,29 @@ TEST(SurveyOverlayTest, AResizeDuringTheInvitationSnapshotsTheApplicationAgainWi
   app.click(app.overlay->mapTo(&app.window, app.invitation->acceptPoint()));
   EXPECT_EQ(app.invitation->accepted, 1);
   EXPECT_EQ(app.invitation->acceptPoint().x(), (1200 - 430) / 2 + 10 + 10 + 60);
+}
+
+TEST(SurveyOverlayTest, APageGivenBackAfterASubmissionHidesTheOverlayOnce) {
+  // A page at the window's root, whose view a submission replaces by a thank-you card, as the
+  // plug-in does: its first view stays behind the application's screen once that is the root
+  // again, and the overlay still gives the application the screen.
+  RedApplication app;
+  QSignalSpy finished(app.overlay, &SurveyOverlay::surveyFinished);
+  const auto window = app.overlay->uiWindow();
+  const auto screen = window->rootViewController();
+  auto page = std::make_shared<UIViewController>();
+  mainQueue().async([&] {
+    page->view()->setAccessibilityIdentifier("s2");
+    window->setRootViewController(page);
+  });
+  ASSERT_TRUE(waitFor([&] { return app.overlay->isVisible(); }));
+  mainQueue().async([&] { page->setView(std::make_shared<UIView>(CGRectMake(0, 0, 250, 60))); });
+  mainQueue().async([&] { window->setRootViewController(screen); });
+  ASSERT_TRUE(waitFor([&] { return !app.overlay->isVisible(); }));
+  EXPECT_EQ(finished.count(), 1);
+  EXPECT_TRUE(app.field->hasFocus());
+  app.click(app.button->mapTo(&app.window, app.button->rect().center()));
+  EXPECT_EQ(app.clicks, 1);
 }
 
 TEST(SurveyOverlayTest, ScreenReadersFindTheSurveysElementsWhileItShows) {
