@@ -36,10 +36,10 @@ int main(int argc, char** argv) {
   ShopOrders orders(*shop);
   QQmlApplicationEngine engine;
   QQuickWindow* window = openShop(engine, orders);
-  QQuickItem* surveys = window ? window->contentItem()->findChild<QQuickItem*>("surveys") : nullptr;
+  QQuickItem* surveys = window ? window->findChild<QQuickItem*>("surveys") : nullptr;
   QQuickItem* order =
-      window ? window->contentItem()->findChild<QQuickItem*>("placeOrder") : nullptr;
-  QObject* status = window ? window->contentItem()->findChild<QObject*>("status") : nullptr;
+      window ? window->findChild<QQuickItem*>("placeOrder") : nullptr;
+  QObject* status = window ? window->findChild<QObject*>("status") : nullptr;
   if (!surveys || !order || !status || !QTest::qWaitForWindowExposed(window) ||
       !waitUntil([&] { return shop->synced(); })) {
     std::fprintf(stderr, "walkthrough: the shop did not start\n");
