@@ -37,8 +37,7 @@ int main(int argc, char** argv) {
   QQmlApplicationEngine engine;
   QQuickWindow* window = openShop(engine, orders);
   QQuickItem* surveys = window ? window->findChild<QQuickItem*>("surveys") : nullptr;
-  QQuickItem* order =
-      window ? window->findChild<QQuickItem*>("placeOrder") : nullptr;
+  QQuickItem* order = window ? window->findChild<QQuickItem*>("placeOrder") : nullptr;
   QObject* status = window ? window->findChild<QObject*>("status") : nullptr;
   if (!surveys || !order || !status || !QTest::qWaitForWindowExposed(window) ||
       !waitUntil([&] { return shop->synced(); })) {
