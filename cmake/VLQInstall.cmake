@@ -12,12 +12,14 @@
 #
 # Every library of the tree is static; the tree's programs and tests link those, private symbols
 # and all. A static installation installs them as they are, one archive per layer. With
-# BUILD_SHARED_LIBS, the installation holds four shared libraries instead, made from the same
+# BUILD_SHARED_LIBS, the installation holds six shared libraries instead, made from the same
 # objects (built position-independent, with hidden visibility): vlq_plugin (the plug-in and every
 # layer under it, down to the toolkit and the solver), and vlq_toolkit_qt, vlq_host_reference and
-# vlq_collector, each of which links vlq_plugin and uses only what it exports. Each exports only
-# what the public headers mark with VLQ_API, and each is linked with --no-undefined, so a shared
-# library that reached for another's private symbol would not link. The installed tools are
+# vlq_collector, each of which links vlq_plugin and uses only what it exports, and the Qt
+# overlays vlq_qt_widgets and vlq_qt_quick, which also link vlq_toolkit_qt. Each exports only
+# what is marked with VLQ_API (the public headers' classes, and the overlays' shared core in the
+# Qt backend), and each is linked with --no-undefined, so a shared library that reached for
+# another's private symbol would not link. The installed tools are
 # static programs in both kinds of installation.
 
 # Where the toolchain is multiarch (Debian and its derivatives), libraries, the CMake package and

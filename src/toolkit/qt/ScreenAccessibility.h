@@ -17,6 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/toolkit/NSObject.h>
 #include <vlq/toolkit/UIView.h>
 #include <vlq/toolkit/UIWindow.h>
@@ -41,7 +42,9 @@ class AccessibleSurface {
   virtual void refresh() = 0;
 };
 
-class ScreenAccessibility {
+// Exported (not a public header): the Qt overlays' shared libraries reach it through the Qt
+// backend's.
+class VLQ_API ScreenAccessibility {
  public:
   explicit ScreenAccessibility(AccessibleSurface& surface);
   ~ScreenAccessibility();

@@ -25,6 +25,7 @@
 #include <memory>
 #include <vector>
 
+#include <vlq/Export.h>
 #include <vlq/qt/WindowRenderer.h>
 #include <vlq/toolkit/NSObject.h>
 
@@ -67,7 +68,9 @@ struct ApplicationAppearance {
   Qt::LayoutDirection layoutDirection = Qt::LeftToRight;
 };
 
-class SurveyOverlayCore : private MainQueueListener, private AccessibleSurface {
+// Exported (not a public header): the Qt Widgets and Qt Quick libraries, shared, reach it
+// through the Qt backend's.
+class VLQ_API SurveyOverlayCore : private MainQueueListener, private AccessibleSurface {
  public:
   // The widest the card and the page are on a window wider than a phone, in points.
   static constexpr double kPhoneColumnWidth = 430;
