@@ -69,6 +69,8 @@ string(CONCAT CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "pkg-config files.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, libssl-dev, qt6-base-dev, qt6-declarative-dev, pkgconf | pkg-config")
+# The QML module's plugin is a shared object: what it links comes from dpkg-shlibdeps.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)
 set(runtime_package "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 if(BUILD_SHARED_LIBS)
   string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${runtime_package}")
