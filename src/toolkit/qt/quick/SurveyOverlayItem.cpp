@@ -145,7 +145,8 @@ class SurveyOverlayItem::Accessible : public QAccessibleObject {
 namespace {
 
 // Qt Quick lists an item among its window's accessible objects once the item has the Accessible
-// attached object, which QML makes for items that use it; the overlay makes it for itself.
+// attached object, which QML makes for items that use it; the overlay makes it for itself once it
+// is in a scene (while it is constructed, QML has not yet given it the data the object hangs on).
 void joinAccessibleTree(QQuickItem& item) {
   const QMetaType attached = QMetaType::fromName("QQuickAccessibleAttached*");
   if (!attached.isValid() || !attached.metaObject()) return;
@@ -164,7 +165,6 @@ SurveyOverlayItem::SurveyOverlayItem(QQuickItem* parent)
   setAcceptTouchEvents(true);
   setFlag(ItemAcceptsInputMethod, true);
   setFlag(ItemIsFocusScope, true);
-  joinAccessibleTree(*this);
 }
 
 SurveyOverlayItem::~SurveyOverlayItem() = default;
@@ -201,6 +201,7 @@ void SurveyOverlayItem::geometryChange(const QRectF& newGeometry, const QRectF& 
 void SurveyOverlayItem::itemChange(ItemChange change, const ItemChangeData& value) {
   QQuickPaintedItem::itemChange(change, value);
   if (change == ItemSceneChange && value.window) {
+    joinAccessibleTree(*this);
     // Surveys go to the window in use: this one now, and whenever it becomes active again.
     host_->core.makeKey();
     connect(value.window, &QWindow::activeChanged, this, [this] {

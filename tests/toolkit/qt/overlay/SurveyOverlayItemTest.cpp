@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QSignalSpy>
 #include <QTest>
+#include <functional>
 #include <string>
 
 #include <vlq/qt/SurveyOverlayItem.h>
@@ -91,6 +93,21 @@ TEST(SurveyOverlayItemTest, TheInvitationCoversTheScenesPixelsTakesItsInputAndGi
   frame.setDevicePixelRatio(scene.view.effectiveDevicePixelRatio());
   EXPECT_TRUE(isVeiledRed(colorAt(frame, 500, 40))) << colorAt(frame, 500, 40).name().toStdString();
   EXPECT_GT(colorAt(frame, 20, 20).green(), 200);
+
+  // Screen readers reach the invitation's controls through the window's own accessible tree.
+  const std::function<QAccessibleInterface*(QAccessibleInterface*)> overlayIn =
+      [&](QAccessibleInterface* node) -> QAccessibleInterface* {
+    if (!node) return nullptr;
+    if (node->object() == scene.overlay) return node;
+    for (int index = 0; index < node->childCount(); ++index) {
+      if (QAccessibleInterface* found = overlayIn(node->child(index))) return found;
+    }
+    return nullptr;
+  };
+  QAccessibleInterface* overlay = overlayIn(QAccessible::queryAccessibleInterface(&scene.view));
+  ASSERT_TRUE(overlay);
+  ASSERT_EQ(overlay->childCount(), 3);
+  EXPECT_EQ(overlay->child(0)->text(QAccessible::Name), QStringLiteral("Sure"));
 
   scene.click(scene.invitation->acceptPoint());
   scene.click({300, 20});
