@@ -12,12 +12,14 @@
 #
 # Every library of the tree is static; the tree's programs and tests link those, private symbols
 # and all. A static installation installs them as they are, one archive per layer. With
-# BUILD_SHARED_LIBS, the installation holds four shared libraries instead, made from the same
+# BUILD_SHARED_LIBS, the installation holds six shared libraries instead, made from the same
 # objects (built position-independent, with hidden visibility): vlq_plugin (the plug-in and every
 # layer under it, down to the toolkit and the solver), and vlq_toolkit_qt, vlq_host_reference and
-# vlq_collector, each of which links vlq_plugin and uses only what it exports. Each exports only
-# what the public headers mark with VLQ_API, and each is linked with --no-undefined, so a shared
-# library that reached for another's private symbol would not link. The installed tools are
+# vlq_collector, each of which links vlq_plugin and uses only what it exports, and the Qt
+# overlays vlq_qt_widgets and vlq_qt_quick, which also link vlq_toolkit_qt. Each exports only
+# what is marked with VLQ_API (the public headers' classes, and the overlays' shared core in the
+# Qt backend), and each is linked with --no-undefined, so a shared library that reached for
+# another's private symbol would not link. The installed tools are
 # static programs in both kinds of installation.
 
 # Where the toolchain is multiarch (Debian and its derivatives), libraries, the CMake package and
@@ -43,6 +45,11 @@ set(VLQ_PKGCONFIG_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # Installed bundles are folders named by bundle identifier; "main" holds the sample application's
 # images, which the plug-in loads from the application's main bundle.
 set(VLQ_BUNDLES_INSTALL_DIR ${CMAKE_INSTALL_DATADIR}/${PROJECT_NAME}/bundles)
+# QML modules, where Qt looks for them on a Debian system when the prefix is /usr; with another
+# prefix, QML_IMPORT_PATH names this folder of it. In the build tree they are gathered in
+# qml/ of the build folder.
+set(VLQ_QML_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/qt6/qml)
+set(VLQ_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml)
 # How an installed program reaches the installed bundles (NSBundle.cpp).
 file(RELATIVE_PATH VLQ_BUNDLES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR}
      ${CMAKE_INSTALL_FULL_DATADIR}/${PROJECT_NAME}/bundles)
@@ -78,11 +85,21 @@ function(vlq_install_library target export_name)
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endfunction()
 
+# vlq_install_qml_module(PATH PLUGIN QMLDIR): installs a QML module (its plugin, a MODULE library,
+# and its qmldir file) into PATH (VLQ/Surveys) of the QML folder, with the development files:
+# an application that links the module's library needs it.
+function(vlq_install_qml_module path plugin qmldir)
+  install(TARGETS ${plugin} LIBRARY DESTINATION ${VLQ_QML_INSTALL_DIR}/${path}
+          COMPONENT development)
+  install(FILES ${qmldir} DESTINATION ${VLQ_QML_INSTALL_DIR}/${path} COMPONENT development)
+endfunction()
+
 # With BUILD_SHARED_LIBS, the installed libraries: each is made of the whole of one or more of
 # the static libraries. vlq_plugin holds the plug-in and every layer under it; every other one
 # links vlq_plugin for those layers. A library that is to be installed shared is named here.
 set(VLQ_SHARED_CORE vlq_plugin vlq_ui vlq_session vlq_model vlq_host vlq_toolkit vlq_layout)
-set(VLQ_SHARED_LIBRARIES vlq_plugin vlq_toolkit_qt vlq_host_reference vlq_collector)
+set(VLQ_SHARED_LIBRARIES vlq_plugin vlq_toolkit_qt vlq_qt_widgets vlq_qt_quick vlq_host_reference
+    vlq_collector)
 
 # vlq_shared_library(NAME): the shared library libNAME.so (target NAME_shared), made of the whole
 # of NAME's static library (for vlq_plugin, of the whole core) and linked to what those link
@@ -110,6 +127,11 @@ function(vlq_shared_library name)
     endif()
     foreach(link IN LISTS all)
       if(link MATCHES "^vlq_")
+        # Another installed library of the package (the Qt overlays build on the Qt backend).
+        if(NOT link IN_LIST parts AND NOT link STREQUAL "vlq_plugin" AND
+           link IN_LIST VLQ_SHARED_LIBRARIES)
+          list(APPEND uses ${link}_shared)
+        endif()
         continue()
       elseif(link IN_LIST interface)
         list(APPEND public_links ${link})
@@ -177,7 +199,8 @@ function(vlq_install_package)
   configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/${PROJECT_NAME}Config.cmake.in
     ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}Config.cmake
-    INSTALL_DESTINATION ${VLQ_CMAKE_INSTALL_DIR})
+    INSTALL_DESTINATION ${VLQ_CMAKE_INSTALL_DIR}
+    PATH_VARS VLQ_QML_INSTALL_DIR)
   write_basic_package_version_file(
     ${PROJECT_BINARY_DIR}/cmake/${PROJECT_NAME}ConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
@@ -231,6 +254,15 @@ function(vlq_install_package)
   vlq_install_pkg_config(vlq-qt-backend
     "The Qt backend of the VLQ survey plug-in's toolkit: rendering, text, images, windows"
     "-lvlq_toolkit_qt" "vlq-survey-plugin Qt6Gui" "")
+  vlq_install_pkg_config(vlq-qt-widgets
+    "Surveys over a Qt Widgets application: the VLQ survey plug-in's SurveyOverlay widget"
+    "-lvlq_qt_widgets" "vlq-qt-backend Qt6Widgets" "")
+  # The QML module's plugin finds the item's registration in the application: the link keeps it
+  # and exports it.
+  vlq_install_pkg_config(vlq-qt-quick
+    "Surveys over a Qt Quick application: the SurveyOverlay item of the QML module VLQ.Surveys"
+    "-lvlq_qt_quick -Wl,--undefined=vlq_qt_quick_register_types -Wl,--export-dynamic-symbol=vlq_qt_quick_register_types"
+    "vlq-qt-backend Qt6Quick" "")
 
   # The plug-in's own bundle (its identifier is kSurveyBundle) and the sample application's images.
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/plugin/

@@ -2,12 +2,12 @@
 #   vlq-survey-plugin      the runtime component: the tools, the resource bundles and, when the
 #                          libraries are shared, the libraries; its dependencies come from
 #                          dpkg-shlibdeps
-#   vlq-survey-plugin-dev  the development component: headers, libraries, the CMake package and
-#                          the pkg-config files, depending on the Debian development packages that
-#                          find_package and the link need. With static libraries it only
-#                          recommends the runtime package, so that installing the -dev package on
-#                          its own is enough to build; shared libraries live in the runtime
-#                          package, which the -dev package then depends on.
+#   vlq-survey-plugin-dev  the development component: headers, libraries, the QML module, the
+#                          CMake package and the pkg-config files, depending on the Debian
+#                          development packages that find_package and the link need. With static
+#                          libraries it only recommends the runtime package, so that installing
+#                          the -dev package on its own is enough to build; shared libraries live
+#                          in the runtime package, which the -dev package then depends on.
 #
 # Both carry the copyright file and the Debian changelog of packaging/deb/ in
 # /usr/share/doc/<package>/, and any lintian overrides written there as <package>.lintian-overrides.
@@ -64,10 +64,13 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME vlq-survey-plugin-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 string(CONCAT CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "In-app survey plug-in for the Velqo engagement SDK: development files\n"
-  "The headers under <vlq/...>, the libraries, the CMake package\n"
-  "(find_package(VLQSurveyPlugin 1.0 CONFIG REQUIRED)) and pkg-config files.")
+  "The headers under <vlq/...>, the libraries, the QML module VLQ.Surveys,\n"
+  "the CMake package (find_package(VLQSurveyPlugin 1.0 CONFIG REQUIRED)) and\n"
+  "pkg-config files.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, libpq-dev, libssl-dev, qt6-base-dev, pkgconf | pkg-config")
+    "nlohmann-json3-dev (>= 3.11), libcpp-httplib-dev, libsqlite3-dev, libpq-dev, libssl-dev, qt6-base-dev, qt6-declarative-dev, pkgconf | pkg-config")
+# The QML module's plugin is a shared object: what it links comes from dpkg-shlibdeps.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)
 set(runtime_package "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 if(BUILD_SHARED_LIBS)
   string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${runtime_package}")

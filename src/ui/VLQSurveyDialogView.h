@@ -58,7 +58,11 @@ class VLQSurveyDialogView : public toolkit::UIView {
   bool usesRoundButtons() const;
 
   const std::optional<std::string>& surveyId() const { return surveyId_; }
-  void setSurveyId(std::optional<std::string> surveyId) { surveyId_ = std::move(surveyId); }
+  // Also names the card for whoever looks at the window (its accessibility identifier).
+  void setSurveyId(std::optional<std::string> surveyId) {
+    setAccessibilityIdentifier(surveyId);
+    surveyId_ = std::move(surveyId);
+  }
   // Held strongly: the card keeps the plug-in that shows it.
   const std::shared_ptr<SurveyProtocol>& surveyPlugin() const { return surveyPlugin_; }
   void setSurveyPlugin(std::shared_ptr<SurveyProtocol> plugin) {

@@ -53,6 +53,8 @@ void VLQSurveyViewController::viewDidLoad() {
 
   auto root = view();
   root->setBackgroundColor(UIColor::whiteColor());
+  // Tells whoever looks at the window (an application's overlay, a test) which survey it shows.
+  root->setAccessibilityIdentifier(surveyId());
   vlqSurveyProgressView_ = std::make_shared<UIProgressView>(CGRectZero);
   responseModel_ = std::make_shared<VLQSurveyResponseModel>();
   bundle_ = NSBundle::bundleWithIdentifier(kSurveyBundle);

@@ -174,6 +174,30 @@ TEST_F(InvitationTest, WithoutADialogTheSurveyOpensAtOnceWithAFractionalLaunchTi
   EXPECT_NE(surveyPage(), nullptr);
 }
 
+TEST_F(InvitationTest, InvitationsDeclinedTimeAndAgainOnAWindowOfItsOwnSizeLeaveTheLayoutSound) {
+  // A window that is not the main screen's size (a desktop application's), where each card and
+  // blur leaves its trace in the window's layout system: the page still fills the window.
+  window = std::make_shared<UIWindow>(CGRectMake(0, 0, 390, 800));
+  window->setRootViewController(application);
+  window->makeKeyAndVisible();
+  initializeWith(
+      Json{{"configs",
+            Json::array({surveyEntry("s1", Json{{"dialog_config", dialogConfig("rectangle")}})})}});
+  for (int declined = 0; declined <= 8; ++declined) {
+    trigger("s1");
+    runDelayed();
+    window->layoutIfNeeded();
+    const auto card = plugin->surveyDialogView();
+    ASSERT_TRUE(window->tapView(declined < 8 ? *card->surveyNoButton() : *card->surveyYesButton()));
+    loop->runUntilIdle();
+  }
+  window->layoutIfNeeded();
+  const auto page = surveyPage();
+  ASSERT_NE(page, nullptr);
+  EXPECT_EQ(page->view()->frame(), CGRectMake(0, 0, 390, 800));
+  EXPECT_EQ(page->submitButton()->frame().maxY(), 780);
+}
+
 // A host whose operations fail, to show that no failure reaches the host through an entry point.
 class FailingHost : public SyncRecordingHost {
  public:

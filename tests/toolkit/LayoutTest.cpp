@@ -124,6 +124,42 @@ TEST(LayoutTest, SafeAreaGuideFollowsTheViewsPlaceInTheWindow) {
   EXPECT_EQ(bar->frame(), CGRectMake(0, 247, 390, 10));
 }
 
+TEST(LayoutTest, AWideWindowLaysItsContentOutInACentredColumnThatFollowsItsSize) {
+  auto window = std::make_shared<UIWindow>(CGRectMake(0, 0, 1000, 600));
+  window->setMaximumContentWidth(430);
+  auto controller = std::make_shared<UIViewController>();
+  window->setRootViewController(controller);
+  // Pinned to the window's edges, as the invitation's backdrop is; framed from its bounds, as the
+  // blur is.
+  auto backdrop = constrainedView(window);
+  activate({backdrop->leadingAnchor().constraintEqualToAnchor(window->leadingAnchor(), 10),
+            backdrop->trailingAnchor().constraintEqualToAnchor(window->trailingAnchor(), -10),
+            backdrop->topAnchor().constraintEqualToAnchor(window->topAnchor()),
+            backdrop->bottomAnchor().constraintEqualToAnchor(window->bottomAnchor())});
+  auto blur = std::make_shared<UIView>(window->bounds());
+  window->addSubview(blur);
+  window->layoutIfNeeded();
+  EXPECT_EQ(window->contentColumn(), CGRectMake(285, 0, 430, 600));
+  EXPECT_EQ(controller->view()->frame(), CGRectMake(285, 0, 430, 600));
+  EXPECT_EQ(backdrop->frame(), CGRectMake(295, 0, 410, 600));
+  EXPECT_EQ(blur->frame(), CGRectMake(0, 0, 1000, 600));
+
+  // Narrower than the column: the content takes the whole window again, and back.
+  window->setFrame(CGRectMake(0, 0, 390, 844));
+  window->layoutIfNeeded();
+  EXPECT_EQ(controller->view()->frame(), CGRectMake(0, 0, 390, 844));
+  EXPECT_EQ(backdrop->frame(), CGRectMake(10, 0, 370, 844));
+  window->setFrame(CGRectMake(0, 0, 630, 500));
+  window->layoutIfNeeded();
+  EXPECT_EQ(controller->view()->frame(), CGRectMake(100, 0, 430, 500));
+  EXPECT_EQ(backdrop->frame(), CGRectMake(110, 0, 410, 500));
+
+  // Without a maximum the window's edges are its own.
+  window->setMaximumContentWidth(std::nullopt);
+  window->layoutIfNeeded();
+  EXPECT_EQ(backdrop->frame(), CGRectMake(10, 0, 610, 500));
+}
+
 // A view that reads its subviews' frames when laid out and adds the same constraint every time.
 class RoundingView : public UIView {
  public:

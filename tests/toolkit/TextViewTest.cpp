@@ -173,5 +173,29 @@ TEST_F(TextViewTest, MovingTheFocusToAnotherTextViewHidesTheKeyboardBeforeShowin
   EXPECT_TRUE(log.empty());
 }
 
+TEST_F(TextViewTest, TheKeyboardIsTheWindowScreensAndADesktopHasNone) {
+  UIScreen tablet;
+  tablet.setBounds(CGRectMake(0, 0, 390, 560));
+  tablet.setKeyboardSize({390, 300});
+  window->setScreen(tablet);
+  ASSERT_TRUE(window->tapView(*textView));
+  ASSERT_TRUE(textView->resignFirstResponder());
+  EXPECT_EQ(log, (Log{"should begin", "will show from y 560 h 300", "did begin", "should end",
+                      "will hide from y 260 h 300", "did end"}));
+
+  // Nothing rises on a screen without an on-screen keyboard: no notification moves the page.
+  UIScreen desktop;
+  desktop.setBounds(CGRectMake(0, 0, 390, 560));
+  desktop.setKeyboardSize({390, 0});
+  window->setScreen(desktop);
+  log.clear();
+  ASSERT_TRUE(window->tapView(*textView));
+  textView->insertText("typed");
+  ASSERT_TRUE(textView->resignFirstResponder());
+  EXPECT_EQ(textView->text(), "typed");
+  EXPECT_EQ(log, (Log{"should begin", "did begin", "should change 0+0 'typed'",
+                      "did change 'typed'", "should end", "did end"}));
+}
+
 }  // namespace
 }  // namespace vlq::toolkit

@@ -15,6 +15,7 @@
 
 namespace vlq::toolkit::qt {
 
+class AccessibleSurface;
 class ScreenAccessibility;
 class ScreenInput;
 
@@ -56,6 +57,7 @@ class VLQ_API ScreenWindow : public QRasterWindow {
   double scale_;
   WindowRenderer renderer_;
   std::unique_ptr<ScreenInput> input_;
+  std::unique_ptr<AccessibleSurface> surface_;
   std::unique_ptr<ScreenAccessibility> accessibility_;
 };
 

@@ -1,8 +1,11 @@
 #pragma once
 
-// The device's screen: a portrait phone of 390 x 844 points, drawn at 3 pixels per point, whose
-// top 47 points (the sensor housing) and bottom 34 points (the home indicator) lie outside the
-// safe area. A program may describe another device before it creates its windows.
+// A screen: its size in points, its pixels per point, the edges outside its safe area and its
+// on-screen keyboard (a height of 0: it has none, as a desktop). The main screen is the simulated
+// device, a portrait phone of 390 x 844 points drawn at 3 pixels per point, whose top 47 points
+// (the sensor housing) and bottom 34 points (the home indicator) lie outside the safe area; a
+// program may describe another device before it creates its windows. A window may have a screen
+// of its own (UIWindow::setScreen), as the windows of an application's overlay do.
 
 #include <vlq/Export.h>
 #include <vlq/toolkit/Geometry.h>

@@ -16,9 +16,10 @@
 //          UIKeyboardWillHideNotification; textViewDidEndEditing.
 // Keyboard notifications have no sender object; their user info holds
 // UIKeyboardFrameBeginUserInfoKey, the keyboard's frame (a CGRect) before it moves: just below the
-// screen for will-show, on screen for will-hide, with the size UIScreen gives for the keyboard.
-// Every will-show is followed by exactly one will-hide, also when the focus moves from one text
-// view to another (hide, then show).
+// screen for will-show, on screen for will-hide, with the size that the window's screen gives for
+// its keyboard. A screen without an on-screen keyboard (a keyboard height of 0, as on a desktop)
+// posts neither. Every will-show is followed by exactly one will-hide, also when the focus moves
+// from one text view to another (hide, then show).
 //
 // Re-entrancy: while editing begins or ends, further requests to begin or end on the same view
 // are ignored and return false, so a delegate may resign from inside textViewShouldEndEditing,
@@ -128,6 +129,10 @@ class VLQ_API UITextView : public UIView, public UIKeyInput {
   void editText(std::size_t begin, std::size_t end, std::string_view replacement);
   // Releases the focus if this view holds it, posts the keyboard hide and tells the delegate.
   void finishEditing();
+  // Announces the window screen's keyboard rising, when the screen has one; lowers the keyboard
+  // that was raised, if any.
+  void raiseKeyboard();
+  void lowerKeyboard();
   bool isHiddenInWindow() const;
 
   std::string text_;
@@ -143,6 +148,8 @@ class VLQ_API UITextView : public UIView, public UIKeyInput {
   bool editable_ = true;
   WeakRef<NSObject> delegate_;
   EditingPhase phase_ = EditingPhase::Idle;
+  // Where the keyboard announced by the last will-show stands, until its will-hide.
+  std::optional<CGRect> raisedKeyboard_;
   bool tracksTap_ = false;
 };
 

@@ -203,6 +203,14 @@ class VLQ_API UIView : public UIResponder, public LayoutAnchors<UIView> {
   void setAccessibilityContainerType(UIAccessibilityContainerType type) {
     accessibility_.containerType = type;
   }
+  // Names the view for programs that look for it (tests, automation, an overlay that reports
+  // what it shows); never read out.
+  const std::optional<std::string>& accessibilityIdentifier() const {
+    return accessibility_.identifier;
+  }
+  void setAccessibilityIdentifier(std::optional<std::string> identifier) {
+    accessibility_.identifier = std::move(identifier);
+  }
   // The bounds in the window's coordinates (the root's, outside a window).
   CGRect accessibilityFrame() const;
   // Performs the element's action the way a tap does; false when it has none.
@@ -299,6 +307,7 @@ class VLQ_API UIView : public UIResponder, public LayoutAnchors<UIView> {
     std::optional<std::string> label;
     std::optional<std::string> value;
     std::optional<std::string> hint;
+    std::optional<std::string> identifier;
     std::optional<UIAccessibilityTraits> traits;
     bool viewIsModal = false;
     bool elementsHidden = false;

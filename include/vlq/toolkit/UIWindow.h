@@ -5,8 +5,10 @@
 // screen backend, a test, the simulator) and delivers them to the view under the finger.
 
 #include <memory>
+#include <optional>
 
 #include <vlq/Export.h>
+#include <vlq/toolkit/UIScreen.h>
 #include <vlq/toolkit/UIView.h>
 #include <vlq/toolkit/UIViewController.h>
 
@@ -31,6 +33,25 @@ class VLQ_API UIWindow : public UIView {
   // The edges of the window that lie outside the safe area.
   UIEdgeInsets windowSafeAreaInsets() const { return safeInsets_; }
   void setWindowSafeAreaInsets(UIEdgeInsets insets);
+
+  // The screen the window is shown on: its scale and its on-screen keyboard. The main screen (the
+  // simulated phone) unless the window has a screen of its own, as a desktop window does.
+  const UIScreen& screen() const { return screen_ ? *screen_ : UIScreen::mainScreen(); }
+  void setScreen(std::optional<UIScreen> screen) { screen_ = std::move(screen); }
+
+  // The widest the window's content may be, in points; unset (the default) for no limit. A window
+  // wider than that lays its content out in a centred column of that width: constraints to the
+  // window's own edges hold to the column's, and the root view controller's view fills the
+  // column. The window's frame and bounds, and whatever is framed from them, still cover all of
+  // it.
+  std::optional<double> maximumContentWidth() const { return maximumContentWidth_; }
+  void setMaximumContentWidth(std::optional<double> width);
+  // The part of the bounds that the content is laid out in: all of them, or the centred column.
+  CGRect contentColumn() const;
+  // How far the column lies inside the bounds on each side (zero without a column).
+  UIEdgeInsets contentColumnInsets() const;
+
+  void layoutSubviews() override;
 
   std::shared_ptr<UIResponder> firstResponder() const { return firstResponder_.lock(); }
   // Makes the first responder resign if it is `subtree` or inside it (it is leaving the window or
@@ -70,6 +91,10 @@ class VLQ_API UIWindow : public UIView {
 
   std::shared_ptr<UIViewController> rootViewController_;
   UIEdgeInsets safeInsets_;
+  std::optional<UIScreen> screen_;
+  std::optional<double> maximumContentWidth_;
+  // The column the root view controller's view was last made to fill.
+  std::optional<CGRect> rootViewColumn_;
   WeakRef<UIResponder> firstResponder_;
   std::shared_ptr<UITouch> activeTouch_;
   WeakRef<UIView> keyboardFocus_;

@@ -8,6 +8,7 @@
 #include <vlq/toolkit/Diagnostics.h>
 #include <vlq/toolkit/UILayoutGuide.h>
 #include <vlq/toolkit/UIView.h>
+#include <vlq/toolkit/UIWindow.h>
 
 namespace vlq::toolkit {
 namespace {
@@ -99,7 +100,9 @@ std::vector<lay::Term> merged(std::vector<lay::Term> terms) {
   return result;
 }
 
-// The view a constraint's item stands for and the insets of its safe-area guide, if it is one.
+// The view a constraint's item stands for and the insets of the area the item names inside it:
+// a safe-area guide, or a window's content column. Such an item's constraints are built again
+// whenever those insets move.
 struct ItemView {
   std::shared_ptr<UIView> view;
   bool guide = false;
@@ -109,7 +112,14 @@ struct ItemView {
 ItemView itemView(const WeakRef<NSObject>& item) {
   const auto object = item.lock();
   if (!object) return {};
-  if (auto view = std::dynamic_pointer_cast<UIView>(object)) return {std::move(view), false, {}};
+  if (auto view = std::dynamic_pointer_cast<UIView>(object)) {
+    if (const auto* window =
+            view->superviewPointer() ? nullptr : dynamic_cast<UIWindow*>(view.get())) {
+      const UIEdgeInsets column = window->contentColumnInsets();
+      return {std::move(view), true, column};
+    }
+    return {std::move(view), false, {}};
+  }
   if (const auto guide = std::dynamic_pointer_cast<UILayoutGuide>(object)) {
     auto owner = guide->owningView();
     if (!owner) return {};

@@ -192,13 +192,17 @@ void Tableau::removeMarker(Symbol marker) {
     dropRow(basicSlot_[marker.id]);
     return;
   }
-  const std::uint32_t slot = markerLeavingSlot(marker);
-  if (slot == kNoSlot) return;  // the marker cancelled out of every row
-  if (!slotBasic_[slot].restricted()) {
+  std::uint32_t slot = markerLeavingSlot(marker);
+  while (slot != kNoSlot && !slotBasic_[slot].restricted()) {
     // The pivot row is substituted into other rows, which must not come to name basic symbols.
+    // Expanded, a free row may lose the marker, when the definitions it named hold the marker
+    // too and cancel it out: another row leaves then.
     ColumnTracker tracker{*this, slot};
     expandDefinitions(rows_[slot], tracker);
+    if (rows_[slot].contains(marker)) break;
+    slot = markerLeavingSlot(marker);
   }
+  if (slot == kNoSlot) return;  // the marker cancelled out of every row
   pivot(slot, marker);
   dropRow(slot);
 }

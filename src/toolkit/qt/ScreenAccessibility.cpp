@@ -1,14 +1,10 @@
 #include "toolkit/qt/ScreenAccessibility.h"
 
 #include <QAccessibleObject>
-#include <QGuiApplication>
 #include <QPointer>
 #include <algorithm>
 #include <any>
-#include <cmath>
-#include <mutex>
 
-#include <vlq/qt/ScreenWindow.h>
 #include <vlq/toolkit/KeyboardNavigation.h>
 #include <vlq/toolkit/NSNotificationCenter.h>
 #include <vlq/toolkit/UIAccessibility.h>
@@ -26,33 +22,24 @@ bool takesText(const UIView& element) {
   return dynamic_cast<const UIKeyInput*>(&element) != nullptr;
 }
 
-// A rectangle in window points as global pixels.
-QRect globalRect(const ScreenWindow& screen, CGRect points) {
-  const double scale = screen.scale();
-  const QRect local(static_cast<int>(std::floor(points.minX() * scale)),
-                    static_cast<int>(std::floor(points.minY() * scale)),
-                    static_cast<int>(std::ceil(points.width() * scale)),
-                    static_cast<int>(std::ceil(points.height() * scale)));
-  return local.translated(screen.mapToGlobal(QPoint(0, 0)));
-}
-
 // One accessibility element of a shown window. It holds the element weakly and is valid while the
-// element is on the window.
+// element is on the window and the surface that shows the window lives.
 class AccessibleElement : public QAccessibleInterface, public QAccessibleActionInterface {
  public:
-  AccessibleElement(ScreenWindow* screen, const std::shared_ptr<UIView>& element)
-      : screen_(screen), element_(element) {}
+  AccessibleElement(AccessibleSurface& surface, const std::shared_ptr<UIView>& element)
+      : surface_(&surface), object_(surface.accessibleObject()), element_(element) {}
 
   const UIView* element() const { return element_.get(); }
 
   bool isValid() const override {
     const auto element = element_.lock();
-    return screen_ && element && element->window().get() == &screen_->uiWindow();
+    return surface() && element && element->window().get() == &surface()->uiWindow();
   }
   QObject* object() const override { return nullptr; }
-  QWindow* window() const override { return screen_; }
+  QWindow* window() const override { return surface() ? surface()->accessibleWindow() : nullptr; }
   QAccessibleInterface* parent() const override {
-    return screen_ ? QAccessible::queryAccessibleInterface(screen_) : nullptr;
+    return surface() ? QAccessible::queryAccessibleInterface(surface()->accessibleObject())
+                     : nullptr;
   }
   QAccessibleInterface* childAt(int, int) const override { return nullptr; }
   QAccessibleInterface* child(int) const override { return nullptr; }
@@ -77,8 +64,8 @@ class AccessibleElement : public QAccessibleInterface, public QAccessibleActionI
 
   QRect rect() const override {
     const auto element = element_.lock();
-    if (!element || !screen_) return {};
-    return globalRect(*screen_, element->accessibilityFrame());
+    if (!element || !surface()) return {};
+    return surface()->globalRect(element->accessibilityFrame());
   }
 
   QAccessible::Role role() const override {
@@ -97,20 +84,21 @@ class AccessibleElement : public QAccessibleInterface, public QAccessibleActionI
   QAccessible::State state() const override {
     QAccessible::State state;
     const auto element = element_.lock();
-    if (!element || !screen_) {
+    if (!element || !surface()) {
       state.invalid = true;
       return state;
     }
+    UIWindow& window = surface()->uiWindow();
     const auto traits = element->accessibilityTraits();
     state.disabled = intersects(traits, UIAccessibilityTraits::NotEnabled);
     state.selected = intersects(traits, UIAccessibilityTraits::Selected);
     state.focusable = isKeyboardFocusable(*element);
-    state.focused = screen_->uiWindow().keyboardFocusedElement() == element;
+    state.focused = window.keyboardFocusedElement() == element;
     state.readOnly = intersects(traits, UIAccessibilityTraits::StaticText);
     state.editable = takesText(*element);
     state.multiLine = takesText(*element);
     const CGRect frame = element->accessibilityFrame();
-    const CGRect screen = screen_->uiWindow().bounds();
+    const CGRect screen = window.bounds();
     state.offscreen = frame.maxX() <= screen.minX() || frame.minX() >= screen.maxX() ||
                       frame.maxY() <= screen.minY() || frame.minY() >= screen.maxY();
     return state;
@@ -132,8 +120,8 @@ class AccessibleElement : public QAccessibleInterface, public QAccessibleActionI
 
   void doAction(const QString& name) override {
     const auto element = element_.lock();
-    if (!element || !screen_ || !isValid()) return;
-    UIWindow& window = screen_->uiWindow();
+    if (!element || !isValid()) return;
+    UIWindow& window = surface()->uiWindow();
     if (name == pressAction()) {
       pressAccessibilityElement(window, element);
     } else if (name == setFocusAction()) {
@@ -148,7 +136,7 @@ class AccessibleElement : public QAccessibleInterface, public QAccessibleActionI
     } else {
       return;
     }
-    screen_->update();
+    surface()->refresh();
   }
 
   QStringList keyBindingsForAction(const QString& name) const override {
@@ -158,89 +146,17 @@ class AccessibleElement : public QAccessibleInterface, public QAccessibleActionI
   }
 
  private:
-  QPointer<ScreenWindow> screen_;
+  // The surface while its Qt object lives.
+  AccessibleSurface* surface() const { return object_ ? surface_ : nullptr; }
+
+  AccessibleSurface* surface_;
+  QPointer<QObject> object_;
   WeakRef<UIView> element_;
 };
 
-// The shown window: its elements are its children.
-class AccessibleScreenWindow : public QAccessibleObject {
- public:
-  explicit AccessibleScreenWindow(ScreenWindow* screen) : QAccessibleObject(screen) {}
-
-  QWindow* window() const override { return screen(); }
-  QAccessibleInterface* parent() const override {
-    return QAccessible::queryAccessibleInterface(qApp);
-  }
-  int childCount() const override {
-    return screen() ? static_cast<int>(screen()->accessibility().elements().size()) : 0;
-  }
-  QAccessibleInterface* child(int index) const override {
-    if (!screen() || index < 0) return nullptr;
-    const auto elements = screen()->accessibility().elements();
-    if (static_cast<std::size_t>(index) >= elements.size()) return nullptr;
-    return screen()->accessibility().interfaceFor(elements[static_cast<std::size_t>(index)]);
-  }
-  int indexOfChild(const QAccessibleInterface* child) const override {
-    const auto* element = dynamic_cast<const AccessibleElement*>(child);
-    if (!element || !screen()) return -1;
-    const auto elements = screen()->accessibility().elements();
-    for (std::size_t index = 0; index < elements.size(); ++index) {
-      if (elements[index].get() == element->element()) return static_cast<int>(index);
-    }
-    return -1;
-  }
-  QAccessibleInterface* childAt(int x, int y) const override {
-    if (!screen()) return nullptr;
-    const QPoint local = screen()->mapFromGlobal(QPoint(x, y));
-    const CGPoint point{local.x() / screen()->scale(), local.y() / screen()->scale()};
-    const auto elements = screen()->accessibility().elements();
-    // Later elements in reading order lie over earlier ones where they overlap.
-    for (auto it = elements.rbegin(); it != elements.rend(); ++it) {
-      if ((*it)->accessibilityFrame().contains(point)) {
-        return screen()->accessibility().interfaceFor(*it);
-      }
-    }
-    return nullptr;
-  }
-  QAccessibleInterface* focusChild() const override {
-    if (!screen()) return nullptr;
-    return screen()->accessibility().interfaceFor(keyboardFocus(screen()->uiWindow()));
-  }
-
-  QString text(QAccessible::Text type) const override {
-    if (type == QAccessible::Name && screen()) return screen()->title();
-    return {};
-  }
-  QRect rect() const override {
-    if (!screen()) return {};
-    return QRect(screen()->mapToGlobal(QPoint(0, 0)), screen()->size());
-  }
-  QAccessible::Role role() const override { return QAccessible::Window; }
-  QAccessible::State state() const override {
-    QAccessible::State state;
-    if (!screen()) {
-      state.invalid = true;
-      return state;
-    }
-    state.active = screen()->isActive();
-    state.invisible = !screen()->isVisible();
-    return state;
-  }
-
- private:
-  ScreenWindow* screen() const { return dynamic_cast<ScreenWindow*>(object()); }
-};
-
-QAccessibleInterface* screenWindowFactory(const QString&, QObject* object) {
-  if (auto* screen = dynamic_cast<ScreenWindow*>(object)) return new AccessibleScreenWindow(screen);
-  return nullptr;
-}
-
 }  // namespace
 
-ScreenAccessibility::ScreenAccessibility(ScreenWindow& screen) : screen_(screen) {
-  static std::once_flag factory;
-  std::call_once(factory, [] { QAccessible::installFactory(screenWindowFactory); });
+ScreenAccessibility::ScreenAccessibility(AccessibleSurface& surface) : surface_(surface) {
   const auto readOutRequest = [this](const NSNotification& notification) {
     const auto& info = notification.userInfo();
     const auto argument = info.find(UIAccessibilityNotificationArgumentKey);
@@ -260,7 +176,42 @@ ScreenAccessibility::~ScreenAccessibility() {
 }
 
 std::vector<std::shared_ptr<UIView>> ScreenAccessibility::elements() const {
-  return accessibilityElements(screen_.uiWindow());
+  return accessibilityElements(surface_.uiWindow());
+}
+
+int ScreenAccessibility::childCount() const {
+  return static_cast<int>(elements().size());
+}
+
+QAccessibleInterface* ScreenAccessibility::child(int index) {
+  if (index < 0) return nullptr;
+  const auto elements = this->elements();
+  if (static_cast<std::size_t>(index) >= elements.size()) return nullptr;
+  return interfaceFor(elements[static_cast<std::size_t>(index)]);
+}
+
+int ScreenAccessibility::indexOfChild(const QAccessibleInterface* child) const {
+  const auto* element = dynamic_cast<const AccessibleElement*>(child);
+  if (!element) return -1;
+  const auto elements = this->elements();
+  for (std::size_t index = 0; index < elements.size(); ++index) {
+    if (elements[index].get() == element->element()) return static_cast<int>(index);
+  }
+  return -1;
+}
+
+QAccessibleInterface* ScreenAccessibility::childAt(int x, int y) {
+  const CGPoint point = surface_.pointAtGlobal(QPoint(x, y));
+  const auto elements = this->elements();
+  // Later elements in reading order lie over earlier ones where they overlap.
+  for (auto it = elements.rbegin(); it != elements.rend(); ++it) {
+    if ((*it)->accessibilityFrame().contains(point)) return interfaceFor(*it);
+  }
+  return nullptr;
+}
+
+QAccessibleInterface* ScreenAccessibility::focusChild() {
+  return interfaceFor(keyboardFocus(surface_.uiWindow()));
 }
 
 QAccessibleInterface* ScreenAccessibility::interfaceFor(const std::shared_ptr<UIView>& element) {
@@ -274,7 +225,7 @@ QAccessibleInterface* ScreenAccessibility::interfaceFor(const std::shared_ptr<UI
     QAccessible::deleteAccessibleInterface(found->second.id);
     interfaces_.erase(found);
   }
-  auto* interface = new AccessibleElement(&screen_, element);
+  auto* interface = new AccessibleElement(surface_, element);
   const QAccessible::Id id = QAccessible::registerAccessibleInterface(interface);
   interfaces_[element.get()] = Cached{element, id};
   return interface;
@@ -289,9 +240,10 @@ void ScreenAccessibility::frameShown() {
     shown.push_back(element.get());
   if (shown != lastElements_) {
     lastElements_ = std::move(shown);
-    notify(QAccessible::queryAccessibleInterface(&screen_), QAccessible::ObjectReorder);
+    notify(QAccessible::queryAccessibleInterface(surface_.accessibleObject()),
+           QAccessible::ObjectReorder);
   }
-  const auto focused = keyboardFocus(screen_.uiWindow());
+  const auto focused = keyboardFocus(surface_.uiWindow());
   if (focused.get() != lastFocus_.get()) {
     lastFocus_ = focused;
     notify(interfaceFor(focused), QAccessible::Focus);
@@ -299,7 +251,7 @@ void ScreenAccessibility::frameShown() {
 }
 
 void ScreenAccessibility::readOut(const std::shared_ptr<UIView>& view) {
-  if (!view || view->window().get() != &screen_.uiWindow()) return;
+  if (!view || view->window().get() != &surface_.uiWindow()) return;
   // The view itself when it is an element, else the first element inside it.
   const auto elements = this->elements();
   for (const auto& element : elements) {

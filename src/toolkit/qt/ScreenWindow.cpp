@@ -1,3 +1,4 @@
+#include <QAccessibleObject>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
@@ -21,6 +22,80 @@ double usableScale(double scale) {
   return std::isfinite(scale) && scale > 0 ? scale : 1.0;
 }
 
+// The desktop window as its accessibility sees it.
+class ScreenWindowSurface : public AccessibleSurface {
+ public:
+  explicit ScreenWindowSurface(ScreenWindow& screen) : screen_(screen) {}
+
+  UIWindow& uiWindow() override { return screen_.uiWindow(); }
+  QObject* accessibleObject() override { return &screen_; }
+  QWindow* accessibleWindow() override { return &screen_; }
+  QRect globalRect(CGRect points) override {
+    const double scale = screen_.scale();
+    const QRect local(static_cast<int>(std::floor(points.minX() * scale)),
+                      static_cast<int>(std::floor(points.minY() * scale)),
+                      static_cast<int>(std::ceil(points.width() * scale)),
+                      static_cast<int>(std::ceil(points.height() * scale)));
+    return local.translated(screen_.mapToGlobal(QPoint(0, 0)));
+  }
+  CGPoint pointAtGlobal(QPoint global) override {
+    const QPoint local = screen_.mapFromGlobal(global);
+    return {local.x() / screen_.scale(), local.y() / screen_.scale()};
+  }
+  void refresh() override { screen_.refresh(); }
+
+ private:
+  ScreenWindow& screen_;
+};
+
+// The desktop window: its elements are its children.
+class AccessibleScreenWindow : public QAccessibleObject {
+ public:
+  explicit AccessibleScreenWindow(ScreenWindow* screen) : QAccessibleObject(screen) {}
+
+  QWindow* window() const override { return screen(); }
+  QAccessibleInterface* parent() const override {
+    return QAccessible::queryAccessibleInterface(qApp);
+  }
+  int childCount() const override { return screen() ? elements().childCount() : 0; }
+  QAccessibleInterface* child(int index) const override {
+    return screen() ? elements().child(index) : nullptr;
+  }
+  int indexOfChild(const QAccessibleInterface* child) const override {
+    return screen() ? elements().indexOfChild(child) : -1;
+  }
+  QAccessibleInterface* childAt(int x, int y) const override {
+    return screen() ? elements().childAt(x, y) : nullptr;
+  }
+  QAccessibleInterface* focusChild() const override {
+    return screen() ? elements().focusChild() : nullptr;
+  }
+
+  QString text(QAccessible::Text type) const override {
+    if (type == QAccessible::Name && screen()) return screen()->title();
+    return {};
+  }
+  QRect rect() const override {
+    if (!screen()) return {};
+    return QRect(screen()->mapToGlobal(QPoint(0, 0)), screen()->size());
+  }
+  QAccessible::Role role() const override { return QAccessible::Window; }
+  QAccessible::State state() const override {
+    QAccessible::State state;
+    if (!screen()) {
+      state.invalid = true;
+      return state;
+    }
+    state.active = screen()->isActive();
+    state.invisible = !screen()->isVisible();
+    return state;
+  }
+
+ private:
+  ScreenWindow* screen() const { return dynamic_cast<ScreenWindow*>(object()); }
+  ScreenAccessibility& elements() const { return screen()->accessibility(); }
+};
+
 }  // namespace
 
 ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
@@ -28,7 +103,9 @@ ScreenWindow::ScreenWindow(std::shared_ptr<UIWindow> window, double scale)
       scale_(usableScale(scale)),
       renderer_(scale_),
       input_(std::make_unique<ScreenInput>(window_, scale_)),
-      accessibility_(std::make_unique<ScreenAccessibility>(*this)) {
+      surface_(std::make_unique<ScreenWindowSurface>(*this)),
+      accessibility_(std::make_unique<ScreenAccessibility>(*surface_)) {
+  installAccessibleFactory<ScreenWindow, AccessibleScreenWindow>();
   const CGRect bounds = window_->bounds();
   const QSize size(static_cast<int>(std::ceil(bounds.width() * scale_)),
                    static_cast<int>(std::ceil(bounds.height() * scale_)));

@@ -22,18 +22,18 @@ constexpr double kDefaultFontSize = 12;
 constexpr double kCaretWidth = 2;
 constexpr UIColor kCaretColor = UIColor::rgb255(0, 122, 255);
 
-// The keyboard's frame when it stands on screen, or just below the screen's bottom edge.
-CGRect keyboardFrame(bool onScreen) {
-  const UIScreen& screen = UIScreen::mainScreen();
+// The keyboard's frame on `screen` when it stands on screen, or just below the screen's bottom
+// edge.
+CGRect keyboardFrame(const UIScreen& screen, bool onScreen) {
   const CGRect bounds = screen.bounds();
   const CGSize size = screen.keyboardSize();
   const double top = onScreen ? bounds.maxY() - size.height : bounds.maxY();
   return {{bounds.minX(), top}, size};
 }
 
-void postKeyboardNotification(const char* name, bool beginsOnScreen) {
+void postKeyboardNotification(const char* name, CGRect frame) {
   NSNotificationCenter::defaultCenter().postNotificationName(
-      name, nullptr, {{UIKeyboardFrameBeginUserInfoKey, keyboardFrame(beginsOnScreen)}});
+      name, nullptr, {{UIKeyboardFrameBeginUserInfoKey, frame}});
 }
 
 void reportThrowingDelegate() {
@@ -66,9 +66,7 @@ void UITextView::setTextContainerInset(UIEdgeInsets inset) {
 
 UITextView::~UITextView() {
   // A view destroyed while editing (its window went away) still lowers the keyboard.
-  if (phase_ == EditingPhase::Editing || phase_ == EditingPhase::Ending) {
-    postKeyboardNotification(UIKeyboardWillHideNotification, true);
-  }
+  if (phase_ == EditingPhase::Editing || phase_ == EditingPhase::Ending) lowerKeyboard();
 }
 
 void UITextView::setText(std::optional<std::string> text) {
@@ -140,7 +138,7 @@ bool UITextView::becomeFirstResponder() {
     phase_ = EditingPhase::Idle;
     return false;
   }
-  postKeyboardNotification(UIKeyboardWillShowNotification, false);
+  raiseKeyboard();
   phase_ = EditingPhase::Editing;
   tellDelegate(&UITextViewDelegate::textViewDidBeginEditing);
   return true;
@@ -166,9 +164,24 @@ bool UITextView::resignFirstResponder() {
 void UITextView::finishEditing() {
   phase_ = EditingPhase::Ending;
   UIResponder::resignFirstResponder();
-  postKeyboardNotification(UIKeyboardWillHideNotification, true);
+  lowerKeyboard();
   phase_ = EditingPhase::Idle;
   tellDelegate(&UITextViewDelegate::textViewDidEndEditing);
+}
+
+void UITextView::raiseKeyboard() {
+  const auto window = this->window();
+  if (!window) return;
+  const UIScreen& screen = window->screen();
+  // A screen without an on-screen keyboard (a desktop's) has nothing rise and nothing to announce.
+  if (!(screen.keyboardSize().height > 0)) return;
+  raisedKeyboard_ = keyboardFrame(screen, true);
+  postKeyboardNotification(UIKeyboardWillShowNotification, keyboardFrame(screen, false));
+}
+
+void UITextView::lowerKeyboard() {
+  const auto raised = std::exchange(raisedKeyboard_, std::nullopt);
+  if (raised) postKeyboardNotification(UIKeyboardWillHideNotification, *raised);
 }
 
 bool UITextView::isHiddenInWindow() const {

@@ -42,7 +42,8 @@ void UIWindow::setRootViewController(std::shared_ptr<UIViewController> controlle
   rootViewController_ = std::move(controller);
   if (!rootViewController_) return;
   const auto view = rootViewController_->view();
-  view->setFrame(bounds());
+  rootViewColumn_ = contentColumn();
+  view->setFrame(*rootViewColumn_);
   rootViewController_->beginAppearanceTransition(true, false);
   addSubview(view);
   rootViewController_->endAppearanceTransition(true, false);
@@ -71,6 +72,42 @@ void UIWindow::setWindowSafeAreaInsets(UIEdgeInsets insets) {
   if (insets == safeInsets_) return;
   safeInsets_ = insets;
   setNeedsLayout();
+}
+
+void UIWindow::setMaximumContentWidth(std::optional<double> width) {
+  if (width && !(*width > 0)) width.reset();
+  if (width == maximumContentWidth_) return;
+  maximumContentWidth_ = width;
+  // Constraints to the window's edges are built again against the new column.
+  setNeedsConstraintLayout();
+  setNeedsLayout();
+}
+
+UIEdgeInsets UIWindow::contentColumnInsets() const {
+  const double width = bounds().width();
+  if (!maximumContentWidth_ || !(width > *maximumContentWidth_)) return {};
+  const double side = (width - *maximumContentWidth_) / 2;
+  return {0, side, 0, side};
+}
+
+CGRect UIWindow::contentColumn() const {
+  const CGRect all = bounds();
+  const UIEdgeInsets insets = contentColumnInsets();
+  return {{all.minX() + insets.left, all.minY()},
+          {all.width() - insets.left - insets.right, all.height()}};
+}
+
+void UIWindow::layoutSubviews() {
+  UIView::layoutSubviews();
+  // The root view follows the column when the window's size or its column changes; a frame that
+  // the root view was given since stays until then.
+  const CGRect column = contentColumn();
+  if (!rootViewController_ || !rootViewController_->isViewLoaded() || rootViewColumn_ == column) {
+    return;
+  }
+  rootViewColumn_ = column;
+  const auto view = rootViewController_->view();
+  if (view->superviewPointer() == this) view->setFrame(column);
 }
 
 void UIWindow::setFirstResponder(UIResponder* responder) {
