@@ -243,6 +243,30 @@ void VLQSurveyDialogView::noButtonTapped(UIButton*) {
   }
 }
 
+void VLQSurveyDialogView::applyAppearance(const VLQAppearance& appearance) {
+  look_ = SurveyLook(appearance);
+  const auto& palette = look_.palette();
+  setBackgroundColor(palette.dialogCard);
+  for (const auto& label : {surveyTitle_, surveySubTitle_}) {
+    label->setTextColor(palette.dialogText);
+    label->setFont(look_.font(kHelveticaBold, 15));
+    if (look_.textScale() != 1.0) label->setNumberOfLines(0);
+  }
+  surveyYesButton_->setBackgroundColor(palette.yesButton);
+  surveyYesButton_->setTitleColor(palette.yesText, UIControlState::Normal);
+  surveyNoButton_->setBackgroundColor(palette.noButton);
+  surveyNoButton_->setTitleColor(palette.noText, UIControlState::Normal);
+  surveyNoButton_->layer().setBorderColor(palette.noBorder);
+  if (look_.textScale() != 1.0) {
+    for (const auto& button : {surveyYesButton_, surveyNoButton_}) {
+      if (const auto& title = button->titleLabel()) {
+        title->setFont(
+            toolkit::UIFont::systemFontOfSize(look_.fontSize(UILabel::kDefaultFontSize)));
+      }
+    }
+  }
+}
+
 bool VLQSurveyDialogView::accessibilityPerformEscape() {
   return toolkit::pressShownElement(surveyNoButton_);
 }

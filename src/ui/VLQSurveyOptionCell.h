@@ -12,6 +12,7 @@
 #include <vlq/toolkit/UITableViewCell.h>
 
 #include "model/VLQChoiceModel.h"
+#include "ui/SurveyLook.h"
 
 namespace vlq::ui {
 
@@ -28,6 +29,9 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   void prepareForReuse() override;
   // Shows the choice's text; nothing else changes.
   void enableWithData(const std::shared_ptr<VLQChoiceModel>& choice);
+  // Draws the row in `look`'s colours, font scale and direction from now on; the light look is
+  // the row's own.
+  void setLook(const SurveyLook& look);
 
   const std::shared_ptr<toolkit::UILabel>& optionLabel() const { return optionLabel_; }
   void setOptionLabel(std::shared_ptr<toolkit::UILabel> label) { optionLabel_ = std::move(label); }
@@ -43,6 +47,11 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   static constexpr toolkit::UIColor kUnselectedTextColor = toolkit::UIColor::rgb255(173, 173, 173);
 
  private:
+  // The card as it shows fresh, deselected or selected.
+  enum class Shows { Fresh, Deselected, Selected };
+  void show(Shows state);
+
+  const SurveyPalette* palette_ = &lightPalette();
   std::shared_ptr<toolkit::UILabel> optionLabel_;
   std::shared_ptr<toolkit::UIView> bgView_;
   std::shared_ptr<toolkit::UIImageView> smileyImageView_;
