@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/VLQAppearance.h>
+
 #include "sim/Output.h"
 #include "sim/Script.h"
 
@@ -57,6 +59,10 @@ struct SimulatorOptions {
   bool trace = false;
   // Adds the screen's accessibility elements to every state line.
   bool a11y = false;
+  // The survey's look, in place of the host settings' "appearance", "text_scale" and "locale".
+  std::optional<VLQAppearance::ColorScheme> colorScheme;
+  std::optional<double> textScale;
+  std::optional<std::string> locale;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };

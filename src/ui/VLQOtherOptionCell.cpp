@@ -74,6 +74,7 @@ void VLQOtherOptionCell::setLook(const SurveyLook& look) {
     otherTextView_->setFont(UIFont::systemFontOfSize(look.fontSize(kFieldFontSize)));
   }
   if (look.isRightToLeft()) otherTextView_->setTextAlignment(NSTextAlignment::Right);
+  if (look.isDark()) setBackgroundColor(look.palette().page);
 }
 
 std::optional<bool> VLQOtherOptionCell::textViewShouldBeginEditing(UITextView& textView) {

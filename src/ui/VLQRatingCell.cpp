@@ -89,6 +89,7 @@ void VLQRatingCell::setLook(const SurveyLook& look) {
   if (ratingButtons_) {
     ratingButtons_->describeLevels(look.texts());
     if (look.isDark()) {
+      setBackgroundColor(look.palette().page);
       for (const auto& button : ratingButtons_->buttons())
         button->setUnselectedBackground(look.palette().ratingButton);
     }

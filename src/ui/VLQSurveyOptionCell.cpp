@@ -46,14 +46,19 @@ VLQSurveyOptionCell::VLQSurveyOptionCell(UITableViewCellStyle style, std::string
   optionLabel_->setUserInteractionEnabled(false);
   bgView_->addSubview(optionLabel_);
 
-  NSLayoutConstraint::activateConstraints({
-      smileyImageView_->heightAnchor().constraintEqualToConstant(25.0),
-      smileyImageView_->widthAnchor().constraintEqualToConstant(25.0),
+  sideConstraints_ = {
       smileyImageView_->leadingAnchor().constraintEqualToAnchor(bgView_->leadingAnchor(), 15.0),
-      smileyImageView_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
       optionLabel_->leadingAnchor().constraintEqualToAnchor(smileyImageView_->trailingAnchor(),
                                                             15.0),
       optionLabel_->trailingAnchor().constraintEqualToAnchor(bgView_->trailingAnchor(), -5.0),
+  };
+  NSLayoutConstraint::activateConstraints({
+      smileyImageView_->heightAnchor().constraintEqualToConstant(25.0),
+      smileyImageView_->widthAnchor().constraintEqualToConstant(25.0),
+      sideConstraints_[0],
+      smileyImageView_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
+      sideConstraints_[1],
+      sideConstraints_[2],
       optionLabel_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
       bgView_->leadingAnchor().constraintEqualToAnchor(leadingAnchor(), 10.0),
       bgView_->trailingAnchor().constraintEqualToAnchor(trailingAnchor(), -10.0),
@@ -108,7 +113,21 @@ void VLQSurveyOptionCell::setLook(const SurveyLook& look) {
     optionLabel_->setFont(UIFont::systemFontOfSize(look.fontSize(UILabel::kDefaultFontSize)));
     optionLabel_->setNumberOfLines(0);
   }
-  if (look.isRightToLeft()) optionLabel_->setTextAlignment(NSTextAlignment::Right);
+  if (look.isDark()) setBackgroundColor(look.palette().page);
+  if (look.isRightToLeft() && !rightToLeft_) {
+    // The radio image moves to the right edge, the text to its left, right-aligned.
+    rightToLeft_ = true;
+    NSLayoutConstraint::deactivateConstraints(sideConstraints_);
+    sideConstraints_ = {
+        smileyImageView_->trailingAnchor().constraintEqualToAnchor(bgView_->trailingAnchor(),
+                                                                   -15.0),
+        optionLabel_->trailingAnchor().constraintEqualToAnchor(smileyImageView_->leadingAnchor(),
+                                                               -15.0),
+        optionLabel_->leadingAnchor().constraintEqualToAnchor(bgView_->leadingAnchor(), 5.0),
+    };
+    NSLayoutConstraint::activateConstraints(sideConstraints_);
+    optionLabel_->setTextAlignment(NSTextAlignment::Right);
+  }
 }
 
 void VLQSurveyOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& choice) {

@@ -6,7 +6,9 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include <vlq/toolkit/NSLayoutConstraint.h>
 #include <vlq/toolkit/UIImageView.h>
 #include <vlq/toolkit/UILabel.h>
 #include <vlq/toolkit/UITableViewCell.h>
@@ -52,6 +54,9 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   void show(Shows state);
 
   const SurveyPalette* palette_ = &lightPalette();
+  // The radio image's and the text's horizontal constraints, mirrored in a right-to-left look.
+  std::vector<std::shared_ptr<toolkit::NSLayoutConstraint>> sideConstraints_;
+  bool rightToLeft_ = false;
   std::shared_ptr<toolkit::UILabel> optionLabel_;
   std::shared_ptr<toolkit::UIView> bgView_;
   std::shared_ptr<toolkit::UIImageView> smileyImageView_;
