@@ -48,12 +48,13 @@ struct PageOnPhone {
   }
 };
 
-PageOnPhone pageOnPhone() {
+PageOnPhone pageOnPhone(const VLQAppearance& appearance) {
   PageOnPhone phone;
   phone.window = std::make_shared<UIWindow>(CGRectMake(0, 0, 390, 844));
   phone.window->setWindowSafeAreaInsets({47, 0, 34, 0});
   phone.window->makeKeyAndVisible();
   phone.page = std::make_shared<VLQSurveyViewController>();
+  phone.page->setAppearance(appearance);
   phone.page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(sampleSurvey()));
   phone.page->setSurveyId("checkout-2026");
   auto navigation = std::make_shared<UINavigationController>(phone.page);
@@ -65,17 +66,17 @@ PageOnPhone pageOnPhone() {
 
 }  // namespace
 
-std::vector<Scene> pageScenes() {
+std::vector<Scene> pageScenes(const VLQAppearance& appearance) {
   return {
       {"page-single-choice",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tapRow(1);
          return std::static_pointer_cast<UIView>(phone.window);
        }},
       {"page-multiple-choice",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tap(phone.page->nextButton());
          phone.tapRow(0);
          phone.tapRow(1);
@@ -90,8 +91,8 @@ std::vector<Scene> pageScenes() {
          return std::static_pointer_cast<UIView>(phone.window);
        }},
       {"page-rating",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tap(phone.page->nextButton());
          phone.tap(phone.page->nextButton());
          if (auto rating = std::dynamic_pointer_cast<VLQRatingCell>(
