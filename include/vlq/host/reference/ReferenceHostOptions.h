@@ -23,9 +23,6 @@ struct VLQ_API ReferenceHostOptions {
   std::string syncSource;
   // A JSON file with the session, application and user values (HostSettings.h); optional.
   std::string settingsFile;
-  // The user's locale for the survey's own texts, in place of the settings' "locale" (empty: the
-  // settings' one): the sync stores the configuration with its texts in that language.
-  std::string locale;
   // The SQLite file of the analytics events; empty: <libraryDirectory>/vlq-analytics.sqlite.
   std::string analyticsDatabase;
   // The SQLite file of the outbox of posted bodies; empty: <libraryDirectory>/vlq-outbox.sqlite.
@@ -43,6 +40,9 @@ struct VLQ_API ReferenceHostOptions {
   // Writes each step of the trigger trace to the platform log as "<VLQ TRACE> {...}"; a host that
   // shows the trace its own way (a trace observer) may turn it off.
   bool logTrace = true;
+  // The user's locale for the survey's own texts, in place of the settings' "locale" (empty: the
+  // settings' one): the sync stores the configuration with its texts in that language.
+  std::string locale = {};
 };
 
 }  // namespace vlq::reference
