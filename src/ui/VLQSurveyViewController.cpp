@@ -9,7 +9,9 @@
 #include <vlq/toolkit/NSBundle.h>
 #include <vlq/toolkit/NSLayoutConstraint.h>
 #include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
 
+#include "ui/JsonText.h"
 #include "ui/SuccessCard.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -213,6 +215,7 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
       tableView.dequeueReusableCellWithIdentifier(std::string(kOptionCell), indexPath));
   if (!cell) return nullptr;
   cell->setLook(look_);
+  if (wrapsText()) cell->optionLabel()->setPreferredMaxLayoutWidth(optionTextWidth());
   cell->enableWithData(choice);
   if (choice->isAnswered()) {
     tableView.selectRowAtIndexPath(indexPath, true, UITableViewScrollPosition::None);
@@ -235,19 +238,65 @@ double VLQSurveyViewController::skipWidth() const {
   return std::max(kMinimumWidth, nextButton_->titleLabel()->intrinsicContentSize().width + 8);
 }
 
-std::optional<double> VLQSurveyViewController::heightForRowAtIndexPath(UITableView&, NSIndexPath) {
-  return kRowHeight * grown();
+std::optional<double> VLQSurveyViewController::heightForRowAtIndexPath(UITableView&,
+                                                                       NSIndexPath indexPath) {
+  if (!wrapsText()) return kRowHeight;
+  // A choice's text wraps at larger sizes: the row is as tall as its lines and the card's
+  // margins (10 around the card, 20 inside it), and never shorter than the scaled row.
+  const auto question = currentQuestion();
+  const auto choice = question && !isEqualToString(question->answerMode(), kRating)
+                          ? choiceAt(indexPath.row())
+                          : nullptr;
+  double needed = 0;
+  if (choice && !choice->isOther()) {
+    needed = textHeight(displayText(choice->surveyValue()),
+                        UIFont::systemFontOfSize(look_.fontSize(UILabel::kDefaultFontSize)),
+                        optionTextWidth()) +
+             40;
+  }
+  return std::max(kRowHeight * grown(), needed);
+}
+
+bool VLQSurveyViewController::wrapsText() const {
+  return look_.textScale() != 1.0;
+}
+
+double VLQSurveyViewController::optionTextWidth() const {
+  // The card is inset 10 on each side; the radio image takes 15 + 25 + 15, the text ends 5 short.
+  const double table = surveyTableView_ ? surveyTableView_->bounds().width() : 0;
+  return std::max(0.0, table - 80);
+}
+
+double VLQSurveyViewController::textHeight(const std::optional<std::string>& text,
+                                           std::shared_ptr<const UIFont> font, double width) {
+  if (!text || text->empty() || width <= 0) return 0;
+  UILabel measure;
+  measure.setNumberOfLines(0);
+  measure.setFont(std::move(font));
+  measure.setText(text);
+  return measure.sizeThatFits({width, 1e9}).height;
 }
 
 std::optional<double> VLQSurveyViewController::heightForHeaderInSection(UITableView&,
                                                                         std::int64_t) {
-  return kHeaderHeight * grown();
+  if (!wrapsText()) return kHeaderHeight;
+  // The title wraps across the table's width, with 5 above and below.
+  const auto question = currentQuestion();
+  const double width = surveyTableView_ ? surveyTableView_->bounds().width() : 0;
+  const double needed = question ? textHeight(displayText(question->questionTitle()),
+                                              look_.font(kHelveticaBold, 16), width) +
+                                       10
+                                 : 0;
+  return std::max(kHeaderHeight * grown(), needed);
 }
 
 std::shared_ptr<UIView> VLQSurveyViewController::viewForHeaderInSection(UITableView&,
                                                                         std::int64_t) {
   auto header = VLQSurveyHeaderView::initWithFrame(CGRectZero);
   header->setLook(look_);
+  if (wrapsText() && surveyTableView_) {
+    header->questionsLabel()->setPreferredMaxLayoutWidth(surveyTableView_->bounds().width());
+  }
   if (questionsCount_ != 0) {
     const auto question = currentQuestion();
     if (session::initialQuestionCount() != static_cast<std::int64_t>(questionsCount_) &&

@@ -69,6 +69,13 @@ class VLQSurveyViewController : public session::VLQSurveySession,
   double grown() const;
   // The width of "Skip" in the page's language.
   double skipWidth() const;
+  // Whether texts wrap onto more lines (at any text scale but 1.0), and the width a choice's
+  // text wraps at.
+  bool wrapsText() const;
+  double optionTextWidth() const;
+  // The height of `text` in `font` wrapped at `width`.
+  static double textHeight(const std::optional<std::string>& text,
+                           std::shared_ptr<const toolkit::UIFont> font, double width);
 
   std::shared_ptr<toolkit::NSBundle> bundle_;
   // Loaded with the page and kept for its life; the rows load their own images.
