@@ -73,6 +73,10 @@ void VLQSurveyViewController::viewDidLoad() {
   auto load = [this](std::string_view name) { return UIImage::imageNamed(name, bundle_, nullptr); };
   cancelImage_ = load(kCancelImageString);
   backImage_ = load(kBackImageString);
+  // Back points the way the page reads.
+  if (look_.isRightToLeft() && backImage_) {
+    backImage_ = backImage_->imageWithHorizontallyFlippedOrientation();
+  }
   smileyPoorImage_ = load(kSmileyPoorImageString);
   poorImage_ = load(kPoorImageString);
   smileyAverageImage_ = load(kSmileyAverageImageString);

@@ -240,6 +240,30 @@ TEST(AppearanceRenderingTest, ARightToLeftPageIsMirroredAndItsAnswersStayTheSame
   EXPECT_TRUE(isColor(right, 91, 168, 41));
   EXPECT_FALSE(isColor(left, 91, 168, 41));
 
+  // The back arrow points right, the way the page reads: it is the left-to-right arrow mirrored
+  // (within antialiasing).
+  Phone english{VLQAppearance{}};
+  english.tapRow(0);
+  english.tap(*english.page->submitButton());
+  const auto crop = [&](const QImage& from, const UIView& button) {
+    const auto at = frame(button);
+    return from.copy(static_cast<int>(at.minX() * kScale), static_cast<int>(at.minY() * kScale),
+                     static_cast<int>(at.width() * kScale), static_cast<int>(at.height() * kScale));
+  };
+  const QImage arabicBack = crop(image, *phone.page->cancelButton());
+  const QImage englishBack =
+      crop(renderView(*english.window, kScale), *english.page->cancelButton())
+          .mirrored(true, false);
+  ASSERT_EQ(arabicBack.size(), englishBack.size());
+  int differing = 0;
+  for (int y = 0; y < arabicBack.height(); ++y)
+    for (int x = 0; x < arabicBack.width(); ++x)
+      if (!isColor(QColor(arabicBack.pixel(x, y)), qRed(englishBack.pixel(x, y)),
+                   qGreen(englishBack.pixel(x, y)), qBlue(englishBack.pixel(x, y)))) {
+        ++differing;
+      }
+  EXPECT_EQ(differing, 0);
+
   // The rating's lowest level sits at the leading edge, the right.
   phone.tap(*phone.page->nextButton());
   auto rating = std::dynamic_pointer_cast<VLQRatingCell>(phone.row(0));
