@@ -174,6 +174,37 @@ TEST(LintTest, TargetingRulesThatDoNotMeanWhatTheySeemAreFound) {
             "survey was shown");
 }
 
+TEST(LintTest, TextsWithoutALanguageThatOtherTextsHaveAreFound) {
+  const auto report = lintConfiguration(R"({"configs": [{"_id": "t", "ui": {
+      "show_success_message": true, "success_message": "Thanks",
+      "success_message_translations": {"de": "Danke", "pt_BR": "Obrigado"},
+      "dialog_config": {"yes_text": "Yes", "no_text": "No", "no_text_translations": ["Nein"]},
+      "questions": [{"id": "1", "title": "How?", "answer_mode": "single_choice",
+                     "title_translations": {"DE": "Wie?", "pt-br": "Como?", "ar": 5},
+                     "choices": [{"id": "a", "value": "Good",
+                                  "value_translations": {"de": "Gut", "pt-BR": "Bom"}},
+                                 {"id": "b", "value": 7}]}]}}]})");
+  // Tags match whatever their case and separator; a value that is not text is no text to
+  // translate; a translation that is not text counts for no language.
+  EXPECT_EQ(
+      found(report),
+      (std::vector<Found>{
+          {"warning", "translations-not-object",
+           "/configs/0/ui/dialog_config/no_text_translations"},
+          {"warning", "translation-not-text", "/configs/0/ui/questions/0/title_translations/ar"},
+          {"warning", "translation-missing", "/configs/0/ui/dialog_config/no_text_translations"},
+          {"warning", "translation-missing", "/configs/0/ui/dialog_config/yes_text_translations"},
+      }));
+  EXPECT_EQ(
+      messageAt(report, "translation-missing", "/configs/0/ui/dialog_config/yes_text_translations"),
+      "Other texts are translated into \"de\" and \"pt-br\" but this \"yes_text\" is not, "
+      "so those languages' users read it as written.");
+  // A document without translations has nothing to say about them.
+  EXPECT_TRUE(found(lintConfiguration(R"({"configs": [{"_id": "t", "ui": {"questions": [
+      {"id": "1", "title": "Q", "answer_mode": "rating"}]}}]})"))
+                  .empty());
+}
+
 TEST(LintTest, DuplicatesShowTheLastEntrysSurveyAfterTheirOwnDelay) {
   const auto json = reportJson(lintConfiguration(readFile(VLQ_LINT_FAULTS)));
   const Json& first = json["surveys"][0];
