@@ -34,13 +34,6 @@ std::string pointerStep(std::string_view key) {
   return step;
 }
 
-std::string tagOf(std::string_view tag) {
-  std::string normal;
-  for (const char c : tag)
-    normal.push_back(c == '_' ? '-' : static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c));
-  return normal;
-}
-
 // One text that a user reads: where it is and the languages its translations give.
 struct TranslatedText {
   std::string path;  // of the "<key>_translations" sibling, present or not
@@ -94,7 +87,7 @@ void lintTranslations(const Json& document, LintReport& report) {
                            ", not a string, so those users read the text as written.");
             continue;
           }
-          text.languages.insert(tagOf(tag));
+          text.languages.insert(reference::normalLocaleTag(tag));
         }
       }
       everyLanguage.insert(text.languages.begin(), text.languages.end());

@@ -7,10 +7,7 @@
 
 namespace vlq::reference {
 
-namespace {
-
-// Lower case, with "_" read as "-": "pt_BR" and "pt-br" are one tag.
-std::string normalTag(std::string_view tag) {
+std::string normalLocaleTag(std::string_view tag) {
   std::string normal;
   for (const char character : tag) {
     if (character == '_') {
@@ -24,9 +21,11 @@ std::string normalTag(std::string_view tag) {
   return normal;
 }
 
+namespace {
+
 const Json* entryFor(const Json& translations, std::string_view tag) {
   for (const auto& [key, value] : translations.items()) {
-    if (normalTag(key) == tag) return &value;
+    if (normalLocaleTag(key) == tag) return &value;
   }
   return nullptr;
 }
@@ -37,7 +36,7 @@ std::optional<std::string> translationFor(const Json& translations, std::string_
   if (!translations.is_object() || locale.empty()) return std::nullopt;
   VLQAppearance appearance;
   appearance.locale = std::string(locale);
-  const Json* entry = entryFor(translations, normalTag(locale));
+  const Json* entry = entryFor(translations, normalLocaleTag(locale));
   if (!entry) entry = entryFor(translations, appearance.language());
   if (!entry || !entry->is_string()) return std::nullopt;
   return entry->get<std::string>();

@@ -19,6 +19,9 @@ namespace vlq::reference {
 
 inline constexpr std::string_view kTranslationsSuffix = "_translations";
 
+// A locale tag in lower case with "_" read as "-": "pt_BR" and "pt-br" are one tag, "pt-br".
+std::string normalLocaleTag(std::string_view tag);
+
 // The text of `translations` (an object of tags to texts) for `locale`: the entry whose tag is
 // the locale's ("pt-BR"; case and "-" or "_" do not matter), else the one of its language ("pt"
 // for "pt-BR", "de" for "de-AT"). None when there is neither, when the locale is empty, or when
