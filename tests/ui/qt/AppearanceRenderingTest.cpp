@@ -264,6 +264,13 @@ TEST(AppearanceRenderingTest, ARightToLeftPageIsMirroredAndItsAnswersStayTheSame
       }
   EXPECT_EQ(differing, 0);
 
+  // On the invitation, accept comes first in the reading direction: at the right.
+  auto card = std::make_shared<VLQSurveyDialogView>();
+  card->applyAppearance(arabic);
+  card->layoutSubviews();
+  const auto cardWindow = test::showInWindow(card, CGRectMake(10, 422, 370, 412));
+  EXPECT_GT(frame(*card->surveyYesButton()).minX(), frame(*card->surveyNoButton()).maxX());
+
   // The rating's lowest level sits at the leading edge, the right.
   phone.tap(*phone.page->nextButton());
   auto rating = std::dynamic_pointer_cast<VLQRatingCell>(phone.row(0));
