@@ -57,8 +57,10 @@ string(CONCAT CPACK_COMPONENT_RUNTIME_DESCRIPTION
   "vlq-survey-sim, the response collector vlq-survey-collector and the\n"
   "configuration linter vlq-survey-lint.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# The Qt backend draws its text with Liberation fonts.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "fonts-liberation2")
+# The Qt backend draws its text with Liberation fonts, and the plug-in's own texts in Arabic and
+# Hebrew (Noto) and in Japanese and Chinese (Noto CJK).
+set(vlq_font_packages "fonts-liberation2, fonts-noto-core, fonts-noto-cjk")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${vlq_font_packages}")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME vlq-survey-plugin-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -74,9 +76,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS ON)
 set(runtime_package "vlq-survey-plugin (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 if(BUILD_SHARED_LIBS)
   string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", ${runtime_package}")
-  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "fonts-liberation2")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "${vlq_font_packages}")
 else()
-  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "${runtime_package}, fonts-liberation2")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "${runtime_package}, ${vlq_font_packages}")
 endif()
 
 # Compressed as Debian wants them: the highest level, and no name or time stamp in the header, so

@@ -6,6 +6,7 @@
 
 #include "lint/SurveyLint.h"
 #include "lint/TargetingLint.h"
+#include "lint/TranslationLint.h"
 #include "model/SurveyEntry.h"
 
 namespace vlq::lint {
@@ -145,6 +146,7 @@ LintReport lintConfiguration(std::string_view text) {
   }
   lintEntries(configs, report);
   lintTargeting(*document, report);
+  lintTranslations(*document, report);
   return report;
 }
 

@@ -95,7 +95,8 @@ std::shared_ptr<UIViewController> applicationScreen() {
   return controller;
 }
 
-std::shared_ptr<UIView> invitationOver(const std::string& buttonType) {
+std::shared_ptr<UIView> invitationOver(const std::string& buttonType,
+                                       const VLQAppearance& appearance) {
   // What the scene builds stays alive with the program, as the plug-in does in a host.
   static std::vector<std::shared_ptr<void>> kept;
   auto loop = std::make_shared<VirtualRunLoop>();
@@ -125,6 +126,7 @@ std::shared_ptr<UIView> invitationOver(const std::string& buttonType) {
   window->setRootViewController(applicationScreen());
   window->makeKeyAndVisible();
   auto plugin = plugin::VLQSurveyPlugin::create();
+  plugin->setAppearance(appearance);
   plugin->initialize({});
   if (host->syncCompletion) host->syncCompletion();
   auto event = std::make_shared<const VLQEvent>(plugin::kSurveyTriggerEventType,
@@ -146,10 +148,10 @@ std::shared_ptr<UIView> invitationOver(const std::string& buttonType) {
 
 }  // namespace
 
-std::vector<Scene> invitationScenes() {
+std::vector<Scene> invitationScenes(const VLQAppearance& appearance) {
   return {
-      {"invitation-round", [] { return invitationOver("circle"); }},
-      {"invitation-rectangular", [] { return invitationOver("rectangle"); }},
+      {"invitation-round", [appearance] { return invitationOver("circle", appearance); }},
+      {"invitation-rectangular", [appearance] { return invitationOver("rectangle", appearance); }},
   };
 }
 

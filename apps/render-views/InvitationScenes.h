@@ -5,10 +5,12 @@
 
 #include <vector>
 
+#include <vlq/host/VLQAppearance.h>
+
 #include "apps/render-views/PageScenes.h"
 
 namespace vlq::render {
 
-std::vector<Scene> invitationScenes();
+std::vector<Scene> invitationScenes(const VLQAppearance& appearance = {});
 
 }  // namespace vlq::render

@@ -6,6 +6,7 @@
 #include <vlq/toolkit/UITextView.h>
 #include <vlq/toolkit/UIWindow.h>
 
+#include "host/reference/SurveyTranslations.h"
 #include "model/VLQQuestionsModel.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -18,16 +19,24 @@ namespace {
 using namespace vlq::toolkit;
 using namespace vlq::ui;
 
-Json sampleSurvey() {
-  return Json::parse(R"({"questions": [
+// The sample survey, with its first question's texts in the user's language where it has them,
+// as the host's sync stores them.
+Json sampleSurvey(const VLQAppearance& appearance) {
+  auto survey = Json::parse(R"({"questions": [
     {"id": "201", "title": "How easy was checkout today?", "answer_mode": "single_choice",
-     "choices": [{"id": "e1", "value": "Very easy"}, {"id": "e2", "value": "Easy enough"},
-                 {"id": "e3", "value": "A bit confusing"}, {"id": "e4", "value": "Hard"}]},
+     "title_translations": {"de": "Wie einfach war der Kauf heute?",
+                            "ar": "ما مدى سهولة الدفع اليوم؟"},
+     "choices": [{"id": "e1", "value": "Very easy", "value_translations": {"de": "Sehr einfach", "ar": "سهل جدًا"}},
+                 {"id": "e2", "value": "Easy enough", "value_translations": {"de": "Einfach genug", "ar": "سهل بما يكفي"}},
+                 {"id": "e3", "value": "A bit confusing", "value_translations": {"de": "Etwas verwirrend", "ar": "مربك قليلًا"}},
+                 {"id": "e4", "value": "Hard", "value_translations": {"de": "Schwer", "ar": "صعب"}}]},
     {"id": "202", "title": "Which features did you use?", "answer_mode": "multi_choice",
      "choices": [{"id": "f1", "value": "Saved cards"}, {"id": "f2", "value": "Order tracking"},
                  {"id": "f3", "value": "Gift wrapping"},
                  {"id": "f4", "value": "Other", "is_other": 1}]},
     {"id": "203", "title": "How would you rate the app?", "answer_mode": "rating"}]})");
+  reference::translateDocument(survey, appearance.locale);
+  return survey;
 }
 
 struct PageOnPhone {
@@ -48,13 +57,14 @@ struct PageOnPhone {
   }
 };
 
-PageOnPhone pageOnPhone() {
+PageOnPhone pageOnPhone(const VLQAppearance& appearance) {
   PageOnPhone phone;
   phone.window = std::make_shared<UIWindow>(CGRectMake(0, 0, 390, 844));
   phone.window->setWindowSafeAreaInsets({47, 0, 34, 0});
   phone.window->makeKeyAndVisible();
   phone.page = std::make_shared<VLQSurveyViewController>();
-  phone.page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(sampleSurvey()));
+  phone.page->setAppearance(appearance);
+  phone.page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(sampleSurvey(appearance)));
   phone.page->setSurveyId("checkout-2026");
   auto navigation = std::make_shared<UINavigationController>(phone.page);
   navigation->setNavigationBarHidden(true);
@@ -65,17 +75,17 @@ PageOnPhone pageOnPhone() {
 
 }  // namespace
 
-std::vector<Scene> pageScenes() {
+std::vector<Scene> pageScenes(const VLQAppearance& appearance) {
   return {
       {"page-single-choice",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tapRow(1);
          return std::static_pointer_cast<UIView>(phone.window);
        }},
       {"page-multiple-choice",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tap(phone.page->nextButton());
          phone.tapRow(0);
          phone.tapRow(1);
@@ -90,8 +100,8 @@ std::vector<Scene> pageScenes() {
          return std::static_pointer_cast<UIView>(phone.window);
        }},
       {"page-rating",
-       [] {
-         auto phone = pageOnPhone();
+       [appearance] {
+         auto phone = pageOnPhone(appearance);
          phone.tap(phone.page->nextButton());
          phone.tap(phone.page->nextButton());
          if (auto rating = std::dynamic_pointer_cast<VLQRatingCell>(

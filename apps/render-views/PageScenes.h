@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/VLQAppearance.h>
 #include <vlq/toolkit/UIView.h>
 
 namespace vlq::render {
@@ -16,7 +17,7 @@ struct Scene {
   std::function<std::shared_ptr<toolkit::UIView>()> build;
 };
 
-// The survey page, one scene per kind of question.
-std::vector<Scene> pageScenes();
+// The survey page, one scene per kind of question, in `appearance`.
+std::vector<Scene> pageScenes(const VLQAppearance& appearance = {});
 
 }  // namespace vlq::render

@@ -33,6 +33,7 @@ bool Simulator::launchApplication() {
   hostOptions.log = [this](const std::string& message) { output_.message(message); };
   // The trace becomes "trace" lines (with --trace), never log lines.
   hostOptions.logTrace = false;
+  hostOptions.locale = options_.locale.value_or("");
   std::filesystem::create_directories(hostOptions.libraryDirectory);
   host_ = reference::ReferenceHost::create(hostOptions);
   if (!host_) {
@@ -55,6 +56,10 @@ bool Simulator::launchApplication() {
   window_->makeKeyAndVisible();
 
   plugin_ = plugin::VLQSurveyPlugin::create();
+  auto appearance = host_->appearance();
+  if (options_.colorScheme) appearance.colorScheme = *options_.colorScheme;
+  if (options_.textScale) appearance.textScale = *options_.textScale;
+  plugin_->setAppearance(appearance);
   // The host hears the plug-in's decisions: it needs them to know when a survey is in action.
   plugin_->setDiagnosticsListener(host_);
   plugin_->initialize(Json());

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <vlq/host/VLQAppearance.h>
+
 #include "sim/Output.h"
 #include "sim/Script.h"
 
@@ -60,6 +62,10 @@ struct SimulatorOptions {
   // The SQLite file in which the collector keeps the bodies (the uploaded events beside it); empty:
   // in memory, for the run only.
   std::string database;
+  // The survey's look, in place of the host settings' "appearance", "text_scale" and "locale".
+  std::optional<VLQAppearance::ColorScheme> colorScheme;
+  std::optional<double> textScale;
+  std::optional<std::string> locale;
   // Holds app/ (the application's images) and plugin/ (the plug-in's bundle).
   std::string resourcesDirectory = VLQ_RESOURCES_DIR;
 };

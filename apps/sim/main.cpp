@@ -3,7 +3,8 @@
 //
 //   vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]
 //                  [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]
-//                  [--trace] [--a11y] [--db FILE]
+//                  [--trace] [--a11y] [--db FILE] [--appearance light|dark|system]
+//                  [--text-scale S] [--locale TAG]
 
 #include <charconv>
 #include <cstdio>
@@ -30,7 +31,8 @@ using namespace vlq;
 constexpr char kUsage[] =
     "usage: vlq-survey-sim --config FILE [--script FILE|-] [--host FILE] [--status CODE]\n"
     "                      [--log-level N] [--seed N] [--screenshots DIR] [--scale S] [--window]\n"
-    "                      [--trace] [--a11y] [--db FILE]\n";
+    "                      [--trace] [--a11y] [--db FILE] [--appearance light|dark|system]\n"
+    "                      [--text-scale S] [--locale TAG]\n";
 
 // A whole number of decimal digits and nothing else, within the range of `Number`: no sign, no
 // blanks, no fraction.
@@ -41,6 +43,17 @@ bool parseWhole(const std::string& text, Number& value) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
   if (error != std::errc() || end != text.data() + text.size()) return false;
   value = parsed;
+  return true;
+}
+
+// Letters first, then letters, digits, "-" and "_", at most 35 characters: "de", "pt-BR",
+// "zh_Hans_CN".
+bool isLocaleTag(const std::string& text) {
+  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  if (text.empty() || text.size() > 35 || !isLetter(text.front())) return false;
+  for (const char c : text) {
+    if (!isLetter(c) && !(c >= '0' && c <= '9') && c != '-' && c != '_') return false;
+  }
   return true;
 }
 
@@ -112,6 +125,27 @@ bool parseCommandLine(int argc, char** argv, CommandLine& command, std::string& 
         error = "--scale wants a number above 0 and at most 8, not " + value;
         return false;
       }
+    } else if (option == "--appearance") {
+      VLQAppearance::ColorScheme scheme{};
+      if (!VLQAppearance::parseColorScheme(value, scheme)) {
+        error = "--appearance wants light, dark or system, not " + value;
+        return false;
+      }
+      options.colorScheme = scheme;
+    } else if (option == "--text-scale") {
+      const double scale = vlq::sim::parseScriptNumber(value).value_or(0);
+      if (!(scale >= VLQAppearance::kMinimumTextScale &&
+            scale <= VLQAppearance::kMaximumTextScale)) {
+        error = "--text-scale wants a number from 0.8 to 2, not " + value;
+        return false;
+      }
+      options.textScale = scale;
+    } else if (option == "--locale") {
+      if (!isLocaleTag(value)) {
+        error = "--locale wants a tag such as de or ar-EG, not " + value;
+        return false;
+      }
+      options.locale = value;
     } else {
       error = "unknown option " + option;
       return false;

@@ -99,6 +99,16 @@ void VLQSurveyPluginImpl::setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsL
   diagnostics_ = std::move(listener);
 }
 
+void VLQSurveyPluginImpl::setAppearance(const VLQAppearance& appearance) {
+  std::lock_guard lock(mutex_);
+  appearance_ = appearance;
+}
+
+VLQAppearance VLQSurveyPluginImpl::appearance() const {
+  std::lock_guard lock(mutex_);
+  return appearance_;
+}
+
 template <class Describe>
 void VLQSurveyPluginImpl::trace(Describe&& describe) noexcept {
   if (!tracing_.load()) return;
@@ -247,10 +257,12 @@ void VLQSurveyPluginImpl::delayDidExpire(const Json& entry, std::size_t entryInd
 void VLQSurveyPluginImpl::showInvitation() {
   std::optional<std::string> id;
   std::shared_ptr<DialogConfig> config;
+  VLQAppearance appearance;
   {
     std::lock_guard lock(mutex_);
     id = surveyId_;
     config = dialogConfig_;
+    appearance = appearance_;
   }
   // A dismissal between the delay and now has cleared the configuration: a card without texts.
   if (!config) config = std::make_shared<DialogConfig>();
@@ -258,13 +270,14 @@ void VLQSurveyPluginImpl::showInvitation() {
       "vlq_survey_dialog_launched", Json{{"survey_id", id ? Json(*id) : Json()}});
 
   auto card = std::make_shared<ui::VLQSurveyDialogView>();
+  card->applyAppearance(appearance);
   surveyDialogView_ = card;
   const auto round = config->isRoundButton();
   card->setIsRoundButton(round ? Json(*round) : missingValue());
   card->setSurveyId(id);
   card->layoutSubviews();
   card->setTranslatesAutoresizingMaskIntoConstraints(false);
-  card->setBackgroundColor(UIColor::rgb255(kDialogGrey, kDialogGrey, kDialogGrey, 1.0));
+  card->setBackgroundColor(card->look().palette().dialogCard);
   // A missing text shows as "(null)" on a button and as nothing on a label.
   card->surveyYesButton()->setTitle(describe(config->yesText()), UIControlState::Normal);
   card->surveyNoButton()->setTitle(describe(config->noText()), UIControlState::Normal);
@@ -286,7 +299,8 @@ void VLQSurveyPluginImpl::showInvitation() {
   });
   backdrop->addSubview(card);
 
-  blur_ = UIBlurEffect::effectWithStyle(UIBlurEffectStyle::Light);
+  blur_ = UIBlurEffect::effectWithStyle(card->look().isDark() ? UIBlurEffectStyle::Dark
+                                                              : UIBlurEffectStyle::Light);
   effectView_ = std::make_shared<UIVisualEffectView>(blur_);
   effectView_->setFrame(window->frame());
   window->addSubview(effectView_);
@@ -314,13 +328,16 @@ void VLQSurveyPluginImpl::willShowSurvey() {
     Json survey;
     std::optional<std::string> id;
     std::optional<std::string> message;
+    VLQAppearance appearance;
     {
       std::lock_guard lock(mutex_);
       survey = dialogDictionary_;
       id = surveyId_;
       message = successMessage_;
+      appearance = appearance_;
     }
     auto page = std::make_shared<ui::VLQSurveyViewController>();
+    page->setAppearance(appearance);
     page->setQuestions(VLQQuestionsModel::initWithQuestionDictinary(survey));
     page->setSurveyId(id.value_or(std::string()));
     page->setLaunchTime(timeIntervalSince1970() * 1000.0);

@@ -43,6 +43,8 @@ class VLQSurveyPluginImpl : public VLQSurveyPlugin {
   void willShowSurvey() override;
   void willDismissSurvey() override;
   void setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener) override;
+  void setAppearance(const VLQAppearance& appearance) override;
+  VLQAppearance appearance() const override;
   bool isSurveyInAction() const override { return isSurveyInAction_.load(); }
   Json surveyConfig() const override;
 
@@ -66,8 +68,7 @@ class VLQSurveyPluginImpl : public VLQSurveyPlugin {
   const std::shared_ptr<toolkit::UIBlurEffect>& blur() const { return blur_; }
   const std::shared_ptr<toolkit::UIVisualEffectView>& effectView() const { return effectView_; }
 
-  // The plug-in's numbers: the card's grey, its margins and corner radius.
-  static constexpr double kDialogGrey = 232;
+  // The plug-in's numbers: the card's margins and corner radius.
   static constexpr double kDialogMargin = 10.0;
 
  protected:
@@ -117,6 +118,7 @@ class VLQSurveyPluginImpl : public VLQSurveyPlugin {
   std::shared_ptr<const VLQEvent> surveyEvent_;
   std::optional<std::string> surveyId_;
   std::optional<std::string> successMessage_;
+  VLQAppearance appearance_;
 
   // The diagnostics listener; the flag spares the lock when there is none.
   std::atomic<bool> tracing_{false};

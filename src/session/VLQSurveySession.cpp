@@ -7,7 +7,6 @@
 #include <vlq/toolkit/KeyboardNotifications.h>
 #include <vlq/toolkit/RandomSource.h>
 
-#include "session/ButtonTitles.h"
 #include "session/ChoiceOrder.h"
 
 namespace vlq::session {
@@ -87,7 +86,8 @@ void VLQSurveySession::setSubmitEnabled(bool enabled) {
 void VLQSurveySession::setLargeButtonSubmits(bool submits) {
   largeButtonSubmits_ = submits;
   if (submitButton_) {
-    submitButton_->setTitle(submits ? kSubmitTitle : kNextTitle, toolkit::UIControlState::Normal);
+    submitButton_->setTitle(std::string(submits ? builtInTexts_->submit : builtInTexts_->next),
+                            toolkit::UIControlState::Normal);
   }
 }
 

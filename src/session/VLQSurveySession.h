@@ -26,6 +26,7 @@
 #include "model/VLQQuestionsModel.h"
 #include "model/VLQSurveyModel.h"
 #include "model/VLQSurveyResponseModel.h"
+#include "session/BuiltInTexts.h"
 
 namespace vlq::session {
 
@@ -113,6 +114,8 @@ class VLQSurveySession : public toolkit::UIViewController,
   const std::shared_ptr<toolkit::UIImage>& backImage() const { return backImage_; }
   // The success card while it shows.
   const std::shared_ptr<toolkit::UIView>& successView() const { return successView_; }
+  // The language of the buttons' titles and the page's accessibility texts (English unless set).
+  const BuiltInTexts& builtInTexts() const { return *builtInTexts_; }
 
   // Declared for callers' use; the session neither reads nor writes them.
   const Json& questionArray() const { return questionArray_; }
@@ -193,6 +196,7 @@ class VLQSurveySession : public toolkit::UIViewController,
   std::shared_ptr<toolkit::UIImage> cancelImage_;
   std::shared_ptr<toolkit::UIImage> backImage_;
   std::shared_ptr<toolkit::UIView> successView_;
+  const BuiltInTexts* builtInTexts_ = &englishTexts();
 
  private:
   void setSubmitEnabled(bool enabled);

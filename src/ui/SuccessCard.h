@@ -14,10 +14,14 @@
 
 namespace vlq::ui {
 
-// Builds the card and adds it on top of `window`'s subviews. Without a window the card is built
-// all the same and attached to nothing.
+class SurveyLook;
+
+// Builds the card in `look`'s colours and text scale (the plug-in's own look when none is given)
+// and adds it on top of `window`'s subviews. Without a window the card is built all the same and
+// attached to nothing.
 std::shared_ptr<toolkit::UIView> buildSuccessCard(const std::optional<std::string>& message,
-                                                  const std::shared_ptr<toolkit::UIWindow>& window);
+                                                  const std::shared_ptr<toolkit::UIWindow>& window,
+                                                  const SurveyLook* look = nullptr);
 
 inline constexpr toolkit::UIColor kSuccessCardColor = toolkit::UIColor::rgb255(232, 232, 232);
 

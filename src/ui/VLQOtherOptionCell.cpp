@@ -1,6 +1,7 @@
 #include "ui/VLQOtherOptionCell.h"
 
 #include <vlq/toolkit/NSLayoutConstraint.h>
+#include <vlq/toolkit/UIFont.h>
 #include <vlq/toolkit/UITableView.h>
 
 #include "ui/JsonText.h"
@@ -13,7 +14,7 @@ using namespace toolkit;
 VLQOtherOptionCell::VLQOtherOptionCell(UITableViewCellStyle style, std::string reuseIdentifier)
     : UITableViewCell(style, std::move(reuseIdentifier)) {
   otherTextView_ = std::make_shared<UITextView>();
-  otherTextView_->setBackgroundColor(UIColor::whiteColor());
+  otherTextView_->setBackgroundColor(palette_->otherField);
   otherTextView_->setText(std::string(kInstructionText));
 
   layer().setBorderWidth(1.0);
@@ -23,7 +24,8 @@ VLQOtherOptionCell::VLQOtherOptionCell(UITableViewCellStyle style, std::string r
 
   auto card = std::make_shared<UIView>();
   card->layer().setCornerRadius(5.0);
-  card->layer().setBackgroundColor(kCardColor);
+  card->layer().setBackgroundColor(palette_->otherCard);
+  card_ = card;
   card->layer().setBorderWidth(1.0);
   card->setTranslatesAutoresizingMaskIntoConstraints(false);
   addSubview(card);
@@ -56,10 +58,29 @@ void VLQOtherOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& c
   otherTextView_->setText(choice ? displayText(choice->surveyValue()) : std::nullopt);
 }
 
+void VLQOtherOptionCell::setLook(const SurveyLook& look) {
+  const auto& texts = look.texts();
+  setAccessibilityLabel(std::string(texts.otherAnswer));
+  if (otherTextView_->text() == kInstructionText) {
+    otherTextView_->setText(std::string(texts.otherInstruction));
+  }
+  if (palette_ != &look.palette()) {
+    palette_ = &look.palette();
+    otherTextView_->setBackgroundColor(palette_->otherField);
+    otherTextView_->setTextColor(palette_->otherText);
+    if (card_) card_->layer().setBackgroundColor(palette_->otherCard);
+  }
+  if (look.textScale() != 1.0) {
+    otherTextView_->setFont(UIFont::systemFontOfSize(look.fontSize(kFieldFontSize)));
+  }
+  if (look.isRightToLeft()) otherTextView_->setTextAlignment(NSTextAlignment::Right);
+  if (look.isDark()) setBackgroundColor(look.palette().page);
+}
+
 std::optional<bool> VLQOtherOptionCell::textViewShouldBeginEditing(UITextView& textView) {
   // Every start of editing clears the field, whatever it held.
   textView.setText(std::string());
-  textView.setTextColor(UIColor::blackColor());
+  textView.setTextColor(palette_->otherText);
   return true;
 }
 
@@ -75,13 +96,13 @@ std::optional<bool> VLQOtherOptionCell::shouldChangeTextInRange(UITextView& text
 
 void VLQOtherOptionCell::textViewDidChange(UITextView& textView) {
   if (!textView.text().empty()) return;
-  textView.setTextColor(UIColor::lightGrayColor());
+  textView.setTextColor(palette_->otherPlaceholder);
   textView.resignFirstResponder();
 }
 
 std::optional<bool> VLQOtherOptionCell::textViewShouldEndEditing(UITextView& textView) {
   if (textView.text().empty()) {
-    textView.setTextColor(UIColor::lightGrayColor());
+    textView.setTextColor(palette_->otherPlaceholder);
     textView.resignFirstResponder();
   }
   if (auto* receiver = dynamic_cast<didSelectOtherOption*>(delegate_.get())) {

@@ -17,6 +17,7 @@
 #include <vlq/toolkit/UITextViewDelegate.h>
 
 #include "model/VLQChoiceModel.h"
+#include "ui/SurveyLook.h"
 
 namespace vlq::ui {
 
@@ -28,6 +29,9 @@ class VLQOtherOptionCell : public toolkit::UITableViewCell, public toolkit::UITe
 
   // Shows the choice's text in the field; the text colour stays as it is.
   void enableWithData(const std::shared_ptr<VLQChoiceModel>& choice);
+  // Colours, font size, direction and the plug-in's own texts of `look` from now on; the light
+  // English look is the row's own.
+  void setLook(const SurveyLook& look);
   // Does nothing; kept as part of the row's interface.
   void disable() {}
   // Whether the row itself (never the case while its text view has the keyboard) is the first
@@ -51,14 +55,18 @@ class VLQOtherOptionCell : public toolkit::UITableViewCell, public toolkit::UITe
   bool accessibilityActivate() override;
 
   static constexpr std::string_view kInstructionText = "Please type your reason.";
+  // The field's font size at scale 1.0 (the text view's default).
+  static constexpr double kFieldFontSize = 12;
   static constexpr toolkit::UIColor kCardColor = toolkit::UIColor::rgb255(244, 244, 242);
 
  protected:
   std::optional<std::string> defaultAccessibilityValue() const override;
 
  private:
+  const SurveyPalette* palette_ = &lightPalette();
   std::shared_ptr<toolkit::NSObject> delegate_;
   std::shared_ptr<toolkit::UITextView> otherTextView_;
+  std::shared_ptr<toolkit::UIView> card_;
 };
 
 }  // namespace vlq::ui

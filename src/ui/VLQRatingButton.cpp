@@ -26,9 +26,14 @@ void VLQRatingButton::setSelected(bool selected) {
     setBackgroundColor(look->selectedBackground);
     setImage(UIImage::imageNamed(look->selectedImage), UIControlState::Normal);
   } else {
-    setBackgroundColor(UIColor::whiteColor());
+    setBackgroundColor(unselectedBackground_);
     setImage(UIImage::imageNamed(look->unselectedImage), UIControlState::Normal);
   }
+}
+
+void VLQRatingButton::setUnselectedBackground(toolkit::UIColor color) {
+  unselectedBackground_ = color;
+  if (!showsSelected_) setBackgroundColor(color);
 }
 
 toolkit::UIAccessibilityTraits VLQRatingButton::accessibilityStateTraits() const {

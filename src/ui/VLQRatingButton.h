@@ -23,6 +23,8 @@ class VLQRatingButton : public toolkit::UIButton {
   // Selected: the level's colour and selected image; not selected: white and the unselected
   // image. A level outside 0 to 4 changes nothing.
   void setSelected(bool selected) override;
+  // The disc's colour while not selected (white unless set).
+  void setUnselectedBackground(toolkit::UIColor color);
 
  protected:
   // Selected for assistive technology while it shows the selected look.
@@ -31,6 +33,7 @@ class VLQRatingButton : public toolkit::UIButton {
  private:
   std::uint64_t ratingType_ = 0;
   bool showsSelected_ = false;
+  toolkit::UIColor unselectedBackground_ = toolkit::UIColor::whiteColor();
 };
 
 }  // namespace vlq::ui

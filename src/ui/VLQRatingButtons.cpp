@@ -15,11 +15,18 @@ std::shared_ptr<VLQRatingButtons> VLQRatingButtons::init() {
     button->setTranslatesAutoresizingMaskIntoConstraints(false);
     button->setImage(toolkit::UIImage::imageNamed(kRatingLevelLooks[level].unselectedImage),
                      toolkit::UIControlState::Normal);
-    button->setAccessibilityLabel("Rating " + std::to_string(level + 1) + " of " +
-                                  std::to_string(kRatingLevelLooks.size()));
     set->buttons_.push_back(std::move(button));
   }
+  set->describeLevels(session::englishTexts());
   return set;
+}
+
+void VLQRatingButtons::describeLevels(const session::BuiltInTexts& texts) {
+  for (std::size_t level = 0; level < buttons_.size(); ++level) {
+    buttons_[level]->setAccessibilityLabel(
+        session::fillIn(texts.ratingOf, static_cast<std::int64_t>(level + 1),
+                        static_cast<std::int64_t>(kRatingLevelLooks.size())));
+  }
 }
 
 }  // namespace vlq::ui

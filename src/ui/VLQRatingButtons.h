@@ -8,6 +8,7 @@
 
 #include <vlq/toolkit/NSObject.h>
 
+#include "session/BuiltInTexts.h"
 #include "ui/VLQRatingButton.h"
 
 namespace vlq::ui {
@@ -15,6 +16,8 @@ namespace vlq::ui {
 class VLQRatingButtons : public toolkit::NSObject {
  public:
   static std::shared_ptr<VLQRatingButtons> init();
+  // Names every button "Rating i+1 of 5" in the language of `texts`.
+  void describeLevels(const session::BuiltInTexts& texts);
 
   const std::vector<std::shared_ptr<VLQRatingButton>>& buttons() const { return buttons_; }
   void setButtons(std::vector<std::shared_ptr<VLQRatingButton>> buttons) {

@@ -10,6 +10,7 @@ using namespace toolkit;
 VLQRatingCell::VLQRatingCell(UITableViewCellStyle style, std::string reuseIdentifier)
     : UITableViewCell(style, std::move(reuseIdentifier)) {
   auto stack = std::make_shared<UIStackView>();
+  stack_ = stack;
   stack->setTranslatesAutoresizingMaskIntoConstraints(false);
   stack->setAxis(UILayoutConstraintAxis::Horizontal);
   stack->setDistribution(UIStackViewDistribution::FillEqually);
@@ -81,6 +82,24 @@ void VLQRatingCell::layoutSubviews() {
         buttonAvgBgView_.get(), buttonGoodBgView_.get(), buttonSuperBgView_.get(),
         buttonFantasticBgView_.get()}) {
     if (view) view->layer().setCornerRadius(view->frame().height() / 2);
+  }
+}
+
+void VLQRatingCell::setLook(const SurveyLook& look) {
+  if (ratingButtons_) {
+    ratingButtons_->describeLevels(look.texts());
+    if (look.isDark()) {
+      setBackgroundColor(look.palette().page);
+      for (const auto& button : ratingButtons_->buttons())
+        button->setUnselectedBackground(look.palette().ratingButton);
+    }
+  }
+  if (look.isRightToLeft() != rightToLeft_ && stack_) {
+    // Re-adding each slot moves it to the end: the order reverses.
+    rightToLeft_ = look.isRightToLeft();
+    const auto slots = stack_->arrangedSubviews();
+    for (auto slot = slots.rbegin(); slot != slots.rend(); ++slot)
+      stack_->addArrangedSubview(*slot);
   }
 }
 

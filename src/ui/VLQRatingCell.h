@@ -9,9 +9,11 @@
 #include <memory>
 #include <string>
 
+#include <vlq/toolkit/UIStackView.h>
 #include <vlq/toolkit/UITableViewCell.h>
 
 #include "ui/RatingTapped.h"
+#include "ui/SurveyLook.h"
 #include "ui/VLQRatingButton.h"
 #include "ui/VLQRatingButtons.h"
 
@@ -25,6 +27,9 @@ class VLQRatingCell : public toolkit::UITableViewCell, public RatingTapped {
 
   // Rounds the buttons into circles and the slots into capsules from their current frames.
   void layoutSubviews() override;
+  // The buttons' names in `look`'s language, their discs in its colours, and in a right-to-left
+  // look the lowest level at the right, the leading edge.
+  void setLook(const SurveyLook& look);
 
   // Selects `sender`, deselects the others, then reports the level to the delegate.
   void buttonPressed(VLQRatingButton* sender);
@@ -104,6 +109,8 @@ class VLQRatingCell : public toolkit::UITableViewCell, public RatingTapped {
   toolkit::WeakRef<toolkit::NSObject> ratingDelegate_;
   std::shared_ptr<toolkit::UIView> bgView_;
   bool ispoorHighlighted_ = false;
+  std::shared_ptr<toolkit::UIStackView> stack_;
+  bool rightToLeft_ = false;
 };
 
 }  // namespace vlq::ui

@@ -161,16 +161,22 @@ void VLQSurveyDialogView::addButtonsToBackgroundViewWithConstraints() {
 void VLQSurveyDialogView::addRoundButtons() {
   putButtonsInBand(*buttonsBackgroundView_, surveyYesButton_, surveyNoButton_, 50);
   const auto& band = buttonsBackgroundView_;
-  // Accept's centre is pinned to the band's middle; decline's is only bounded by it.
+  // Accept's centre is pinned to the band's middle; decline's is only bounded by it. Accept
+  // comes first in the reading direction: at the left, or at the right in a right-to-left look.
+  const bool mirrored = look_.isRightToLeft();
   NSLayoutConstraint::activateConstraints({
       surveyYesButton_->centerYAnchor().constraintEqualToAnchor(band->centerYAnchor()),
       surveyYesButton_->heightAnchor().constraintEqualToConstant(100),
       surveyYesButton_->widthAnchor().constraintEqualToConstant(100),
-      surveyYesButton_->trailingAnchor().constraintEqualToAnchor(band->centerXAnchor(), -20),
+      mirrored
+          ? surveyYesButton_->leadingAnchor().constraintEqualToAnchor(band->centerXAnchor(), 20)
+          : surveyYesButton_->trailingAnchor().constraintEqualToAnchor(band->centerXAnchor(), -20),
       surveyNoButton_->centerYAnchor().constraintLessThanOrEqualToAnchor(band->centerYAnchor()),
       surveyNoButton_->heightAnchor().constraintEqualToConstant(100),
       surveyNoButton_->widthAnchor().constraintEqualToConstant(100),
-      surveyNoButton_->leadingAnchor().constraintEqualToAnchor(band->centerXAnchor(), 20),
+      mirrored
+          ? surveyNoButton_->trailingAnchor().constraintEqualToAnchor(band->centerXAnchor(), -20)
+          : surveyNoButton_->leadingAnchor().constraintEqualToAnchor(band->centerXAnchor(), 20),
   });
   // Decline's centre is only bounded above, which leaves it free to sit anywhere higher. The
   // weakest of preferences settles it on the bound, level with accept, without ever overriding
@@ -240,6 +246,30 @@ void VLQSurveyDialogView::noButtonTapped(UIButton*) {
     logTap("vlq_surevy_dialog_no_clicked");
   } catch (...) {
     // As for accept.
+  }
+}
+
+void VLQSurveyDialogView::applyAppearance(const VLQAppearance& appearance) {
+  look_ = SurveyLook(appearance);
+  const auto& palette = look_.palette();
+  setBackgroundColor(palette.dialogCard);
+  for (const auto& label : {surveyTitle_, surveySubTitle_}) {
+    label->setTextColor(palette.dialogText);
+    label->setFont(look_.font(kHelveticaBold, 15));
+    if (look_.textScale() != 1.0) label->setNumberOfLines(0);
+  }
+  surveyYesButton_->setBackgroundColor(palette.yesButton);
+  surveyYesButton_->setTitleColor(palette.yesText, UIControlState::Normal);
+  surveyNoButton_->setBackgroundColor(palette.noButton);
+  surveyNoButton_->setTitleColor(palette.noText, UIControlState::Normal);
+  surveyNoButton_->layer().setBorderColor(palette.noBorder);
+  if (look_.textScale() != 1.0) {
+    for (const auto& button : {surveyYesButton_, surveyNoButton_}) {
+      if (const auto& title = button->titleLabel()) {
+        title->setFont(
+            toolkit::UIFont::systemFontOfSize(look_.fontSize(UILabel::kDefaultFontSize)));
+      }
+    }
   }
 }
 

@@ -19,6 +19,8 @@
 #include <vlq/toolkit/UIStackView.h>
 #include <vlq/toolkit/UIView.h>
 
+#include "ui/SurveyLook.h"
+
 namespace vlq::ui {
 
 class VLQSurveyDialogView : public toolkit::UIView {
@@ -56,6 +58,10 @@ class VLQSurveyDialogView : public toolkit::UIView {
   const Json& isRoundButton() const { return isRoundButton_; }
   void setIsRoundButton(Json isRoundButton) { isRoundButton_ = std::move(isRoundButton); }
   bool usesRoundButtons() const;
+
+  // The card's colours, font sizes and direction; the plug-in's own look until set.
+  void applyAppearance(const VLQAppearance& appearance);
+  const SurveyLook& look() const { return look_; }
 
   const std::optional<std::string>& surveyId() const { return surveyId_; }
   // Also names the card for whoever looks at the window (its accessibility identifier).
@@ -148,6 +154,7 @@ class VLQSurveyDialogView : public toolkit::UIView {
   std::shared_ptr<toolkit::UIView> buttonsBackgroundView_;
   Json isRoundButton_ = missingValue();
   std::optional<std::string> surveyId_;
+  SurveyLook look_;
 };
 
 }  // namespace vlq::ui

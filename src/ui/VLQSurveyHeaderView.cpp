@@ -29,6 +29,15 @@ VLQSurveyHeaderView::VLQSurveyHeaderView(CGRect frame) : UIView(frame) {
   });
 }
 
+void VLQSurveyHeaderView::setLook(const SurveyLook& look) {
+  setBackgroundColor(look.palette().page);
+  questionsLabel_->setTextColor(look.palette().questionText);
+  if (look.textScale() != 1.0) {
+    questionsLabel_->setFont(look.font(kHelveticaBold, 16));
+    questionsLabel_->setNumberOfLines(0);
+  }
+}
+
 std::shared_ptr<VLQSurveyHeaderView> VLQSurveyHeaderView::initWithFrame(CGRect frame) {
   return std::make_shared<VLQSurveyHeaderView>(frame);
 }

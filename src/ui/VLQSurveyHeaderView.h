@@ -10,6 +10,7 @@
 #include <vlq/toolkit/UIView.h>
 
 #include "model/VLQQuestionModel.h"
+#include "ui/SurveyLook.h"
 
 namespace vlq::ui {
 
@@ -21,6 +22,8 @@ class VLQSurveyHeaderView : public toolkit::UIView {
 
   // Shows the question's title (none: an empty label).
   void enableWithData(const std::shared_ptr<VLQQuestionModel>& question);
+  // Colours and font size of `look`; the light look at scale 1.0 is the header's own.
+  void setLook(const SurveyLook& look);
 
   const std::shared_ptr<toolkit::UILabel>& questionsLabel() const { return questionsLabel_; }
   void setQuestionsLabel(std::shared_ptr<toolkit::UILabel> label) {

@@ -24,10 +24,10 @@ VLQSurveyOptionCell::VLQSurveyOptionCell(UITableViewCellStyle style, std::string
     : UITableViewCell(style, std::move(reuseIdentifier)) {
   bgView_ = std::make_shared<UIView>();
   bgView_->setTranslatesAutoresizingMaskIntoConstraints(false);
-  bgView_->layer().setBorderColor(UIColor::lightGrayColor());
+  bgView_->layer().setBorderColor(palette_->optionBorder);
   bgView_->layer().setBorderWidth(2.0);
   setSelectionStyle(UITableViewCellSelectionStyle::None);
-  bgView_->setBackgroundColor(UIColor::whiteColor());
+  bgView_->setBackgroundColor(palette_->optionCard);
   addSubview(bgView_);
 
   smileyImageView_ = std::make_shared<UIImageView>();
@@ -41,19 +41,24 @@ VLQSurveyOptionCell::VLQSurveyOptionCell(UITableViewCellStyle style, std::string
   if (auto font = UIFont::fontWithName(kOptionFontName, kOptionFontSize)) {
     optionLabel_->setFont(std::move(font));
   }
-  optionLabel_->setTextColor(kFreshTextColor);
+  optionLabel_->setTextColor(palette_->optionFreshText);
   optionLabel_->setText("Execeded Expectations");
   optionLabel_->setUserInteractionEnabled(false);
   bgView_->addSubview(optionLabel_);
 
-  NSLayoutConstraint::activateConstraints({
-      smileyImageView_->heightAnchor().constraintEqualToConstant(25.0),
-      smileyImageView_->widthAnchor().constraintEqualToConstant(25.0),
+  sideConstraints_ = {
       smileyImageView_->leadingAnchor().constraintEqualToAnchor(bgView_->leadingAnchor(), 15.0),
-      smileyImageView_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
       optionLabel_->leadingAnchor().constraintEqualToAnchor(smileyImageView_->trailingAnchor(),
                                                             15.0),
       optionLabel_->trailingAnchor().constraintEqualToAnchor(bgView_->trailingAnchor(), -5.0),
+  };
+  NSLayoutConstraint::activateConstraints({
+      smileyImageView_->heightAnchor().constraintEqualToConstant(25.0),
+      smileyImageView_->widthAnchor().constraintEqualToConstant(25.0),
+      sideConstraints_[0],
+      smileyImageView_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
+      sideConstraints_[1],
+      sideConstraints_[2],
       optionLabel_->centerYAnchor().constraintEqualToAnchor(bgView_->centerYAnchor()),
       bgView_->leadingAnchor().constraintEqualToAnchor(leadingAnchor(), 10.0),
       bgView_->trailingAnchor().constraintEqualToAnchor(trailingAnchor(), -10.0),
@@ -71,30 +76,58 @@ std::shared_ptr<VLQSurveyOptionCell> VLQSurveyOptionCell::initWithStyle(
 }
 
 void VLQSurveyOptionCell::setSelected(bool selected) {
-  if (selected) {
-    bgView_->setBackgroundColor(kSelectedCardColor);
-    bgView_->layer().setBorderColor(UIColor::whiteColor());
-    optionLabel_->setTextColor(UIColor::whiteColor());
-    // The cell's own layer, not the card's.
-    layer().setBorderColor(UIColor::clearColor());
-    smileyImageView_->setImage(UIImage::imageNamed(kRadioHighLightString));
-  } else {
-    bgView_->layer().setBorderColor(UIColor::lightGrayColor());
-    bgView_->layer().setBorderWidth(2.0);
-    optionLabel_->setTextColor(kUnselectedTextColor);
-    bgView_->setBackgroundColor(UIColor::whiteColor());
-    smileyImageView_->setImage(UIImage::imageNamed(kRadioImageString));
-  }
+  show(selected ? Shows::Selected : Shows::Deselected);
 }
 
 void VLQSurveyOptionCell::prepareForReuse() {
   UITableViewCell::prepareForReuse();
   // A recycled row starts with the fresh look, not the look of the choice it showed before.
-  bgView_->setBackgroundColor(UIColor::whiteColor());
-  bgView_->layer().setBorderColor(UIColor::lightGrayColor());
+  show(Shows::Fresh);
+}
+
+void VLQSurveyOptionCell::show(Shows state) {
+  if (state == Shows::Selected) {
+    bgView_->setBackgroundColor(palette_->optionSelectedCard);
+    bgView_->layer().setBorderColor(UIColor::whiteColor());
+    optionLabel_->setTextColor(palette_->optionSelectedText);
+    // The cell's own layer, not the card's.
+    layer().setBorderColor(UIColor::clearColor());
+    smileyImageView_->setImage(UIImage::imageNamed(kRadioHighLightString));
+    return;
+  }
+  if (state == Shows::Fresh) bgView_->setBackgroundColor(palette_->optionCard);
+  bgView_->layer().setBorderColor(palette_->optionBorder);
   bgView_->layer().setBorderWidth(2.0);
-  optionLabel_->setTextColor(kFreshTextColor);
+  optionLabel_->setTextColor(state == Shows::Fresh ? palette_->optionFreshText
+                                                   : palette_->optionUnselectedText);
+  if (state == Shows::Deselected) bgView_->setBackgroundColor(palette_->optionCard);
   smileyImageView_->setImage(UIImage::imageNamed(kRadioImageString));
+}
+
+void VLQSurveyOptionCell::setLook(const SurveyLook& look) {
+  if (palette_ != &look.palette()) {
+    palette_ = &look.palette();
+    show(Shows::Fresh);
+  }
+  if (look.textScale() != 1.0) {
+    optionLabel_->setFont(UIFont::systemFontOfSize(look.fontSize(UILabel::kDefaultFontSize)));
+    optionLabel_->setNumberOfLines(0);
+  }
+  if (look.isDark()) setBackgroundColor(look.palette().page);
+  if (look.isRightToLeft() && !rightToLeft_) {
+    // The radio image moves to the right edge, the text to its left, right-aligned.
+    rightToLeft_ = true;
+    NSLayoutConstraint::deactivateConstraints(sideConstraints_);
+    sideConstraints_ = {
+        smileyImageView_->trailingAnchor().constraintEqualToAnchor(bgView_->trailingAnchor(),
+                                                                   -15.0),
+        optionLabel_->trailingAnchor().constraintEqualToAnchor(smileyImageView_->leadingAnchor(),
+                                                               -15.0),
+        optionLabel_->leadingAnchor().constraintEqualToAnchor(bgView_->leadingAnchor(), 5.0),
+    };
+    NSLayoutConstraint::activateConstraints(sideConstraints_);
+    optionLabel_->setTextAlignment(NSTextAlignment::Right);
+  }
 }
 
 void VLQSurveyOptionCell::enableWithData(const std::shared_ptr<VLQChoiceModel>& choice) {

@@ -6,12 +6,15 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include <vlq/toolkit/NSLayoutConstraint.h>
 #include <vlq/toolkit/UIImageView.h>
 #include <vlq/toolkit/UILabel.h>
 #include <vlq/toolkit/UITableViewCell.h>
 
 #include "model/VLQChoiceModel.h"
+#include "ui/SurveyLook.h"
 
 namespace vlq::ui {
 
@@ -28,6 +31,9 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   void prepareForReuse() override;
   // Shows the choice's text; nothing else changes.
   void enableWithData(const std::shared_ptr<VLQChoiceModel>& choice);
+  // Draws the row in `look`'s colours, font scale and direction from now on; the light look is
+  // the row's own.
+  void setLook(const SurveyLook& look);
 
   const std::shared_ptr<toolkit::UILabel>& optionLabel() const { return optionLabel_; }
   void setOptionLabel(std::shared_ptr<toolkit::UILabel> label) { optionLabel_ = std::move(label); }
@@ -43,6 +49,14 @@ class VLQSurveyOptionCell : public toolkit::UITableViewCell {
   static constexpr toolkit::UIColor kUnselectedTextColor = toolkit::UIColor::rgb255(173, 173, 173);
 
  private:
+  // The card as it shows fresh, deselected or selected.
+  enum class Shows { Fresh, Deselected, Selected };
+  void show(Shows state);
+
+  const SurveyPalette* palette_ = &lightPalette();
+  // The radio image's and the text's horizontal constraints, mirrored in a right-to-left look.
+  std::vector<std::shared_ptr<toolkit::NSLayoutConstraint>> sideConstraints_;
+  bool rightToLeft_ = false;
   std::shared_ptr<toolkit::UILabel> optionLabel_;
   std::shared_ptr<toolkit::UIView> bgView_;
   std::shared_ptr<toolkit::UIImageView> smileyImageView_;

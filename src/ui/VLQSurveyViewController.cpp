@@ -1,5 +1,6 @@
 #include "ui/VLQSurveyViewController.h"
 
+#include <algorithm>
 #include <any>
 
 #include <vlq/host/VLQSurveyConstants.h>
@@ -8,8 +9,9 @@
 #include <vlq/toolkit/NSBundle.h>
 #include <vlq/toolkit/NSLayoutConstraint.h>
 #include <vlq/toolkit/UIFont.h>
+#include <vlq/toolkit/UILabel.h>
 
-#include "session/ButtonTitles.h"
+#include "ui/JsonText.h"
 #include "ui/SuccessCard.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
@@ -47,12 +49,19 @@ VLQSurveyViewController::~VLQSurveyViewController() {
   NSNotificationCenter::defaultCenter().removeObserver(this);
 }
 
+void VLQSurveyViewController::setAppearance(const VLQAppearance& appearance) {
+  look_ = SurveyLook(appearance);
+  builtInTexts_ = &look_.texts();
+}
+
 void VLQSurveyViewController::viewDidLoad() {
   UIViewController::viewDidLoad();
   openSession();
 
+  const auto& palette = look_.palette();
+  const auto& texts = look_.texts();
   auto root = view();
-  root->setBackgroundColor(UIColor::whiteColor());
+  root->setBackgroundColor(palette.page);
   // Tells whoever looks at the window (an application's overlay, a test) which survey it shows.
   root->setAccessibilityIdentifier(surveyId());
   vlqSurveyProgressView_ = std::make_shared<UIProgressView>(CGRectZero);
@@ -66,6 +75,10 @@ void VLQSurveyViewController::viewDidLoad() {
   auto load = [this](std::string_view name) { return UIImage::imageNamed(name, bundle_, nullptr); };
   cancelImage_ = load(kCancelImageString);
   backImage_ = load(kBackImageString);
+  // Back points the way the page reads.
+  if (look_.isRightToLeft() && backImage_) {
+    backImage_ = backImage_->imageWithHorizontallyFlippedOrientation();
+  }
   smileyPoorImage_ = load(kSmileyPoorImageString);
   poorImage_ = load(kPoorImageString);
   smileyAverageImage_ = load(kSmileyAverageImageString);
@@ -83,13 +96,13 @@ void VLQSurveyViewController::viewDidLoad() {
   submitButton_ = std::make_shared<UIButton>();
   submitButton_->layer().setCornerRadius(10);
   submitButton_->setClipsToBounds(true);
-  submitButton_->setTitle(session::kNextTitle, UIControlState::Normal);
-  submitButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 16));
+  submitButton_->setTitle(std::string(texts.next), UIControlState::Normal);
+  submitButton_->titleLabel()->setFont(look_.font(kHelveticaBold, 16));
 
   nextButton_ = std::make_shared<UIButton>();
-  nextButton_->setTitleColor(UIColor::lightGrayColor(), UIControlState::Normal);
-  nextButton_->setTitle(session::kSkipTitle, UIControlState::Normal);
-  nextButton_->titleLabel()->setFont(UIFont::fontWithName(kHelveticaBold, 13));
+  nextButton_->setTitleColor(palette.skipText, UIControlState::Normal);
+  nextButton_->setTitle(std::string(texts.skip), UIControlState::Normal);
+  nextButton_->titleLabel()->setFont(look_.font(kHelveticaBold, 13));
   nextButton_->addTarget(this, &VLQSurveyViewController::nextButtonTapped,
                          UIControlEvents::TouchUpInside);
 
@@ -111,11 +124,12 @@ void VLQSurveyViewController::viewDidLoad() {
       submitButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 25),
       submitButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -25),
       submitButton_->bottomAnchor().constraintEqualToAnchor(root->bottomAnchor(), -20),
-      submitButton_->heightAnchor().constraintEqualToConstant(60),
+      submitButton_->heightAnchor().constraintEqualToConstant(60 * grown()),
   });
   submitButton_->addTarget(this, &VLQSurveyViewController::submitButtonTapped,
                            UIControlEvents::TouchUpInside);
-  submitButton_->setBackgroundColor(UIColor::rgb255(86, 150, 252, 1));
+  submitButton_->setBackgroundColor(palette.submitBackground);
+  if (look_.isDark()) submitButton_->setTitleColor(palette.submitText, UIControlState::Normal);
   auto& submitLayer = submitButton_->layer();
   submitLayer.setShadowColor(UIColor::colorWithRed(0, 0, 0, 0.25));
   submitLayer.setShadowOffset(CGSize{0, 2});
@@ -126,19 +140,25 @@ void VLQSurveyViewController::viewDidLoad() {
   submitLayer.setCornerRadius(4);
 
   NSLayoutConstraint::activateConstraints({
-      nextButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -10),
+      look_.isRightToLeft()
+          ? nextButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 10)
+          : nextButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -10),
       nextButton_->topAnchor().constraintEqualToAnchor(vlqSurveyProgressView_->bottomAnchor(), 30),
-      nextButton_->widthAnchor().constraintEqualToConstant(50),
-      nextButton_->heightAnchor().constraintEqualToConstant(50),
+      nextButton_->widthAnchor().constraintEqualToConstant(skipWidth()),
+      nextButton_->heightAnchor().constraintEqualToConstant(50 * grown()),
       cancelButton_->heightAnchor().constraintEqualToConstant(50),
       cancelButton_->widthAnchor().constraintEqualToConstant(50),
-      cancelButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 10),
+      look_.isRightToLeft()
+          ? cancelButton_->trailingAnchor().constraintEqualToAnchor(root->trailingAnchor(), -10)
+          : cancelButton_->leadingAnchor().constraintEqualToAnchor(root->leadingAnchor(), 10),
       cancelButton_->topAnchor().constraintEqualToAnchor(vlqSurveyProgressView_->bottomAnchor(),
                                                          30),
   });
-  vlqSurveyProgressView_->setTintColor(UIColor::rgb255(91, 168, 41, 1));
+  vlqSurveyProgressView_->setTintColor(palette.progressTint);
+  if (look_.isDark()) vlqSurveyProgressView_->setTrackTintColor(palette.progressTrack);
+  vlqSurveyProgressView_->setFillsFromRight(look_.isRightToLeft());
   vlqSurveyProgressView_->setProgress(0.0F);
-  vlqSurveyProgressView_->setAccessibilityLabel("Survey progress");
+  vlqSurveyProgressView_->setAccessibilityLabel(std::string(texts.surveyProgress));
 
   surveyTableBottomConstraint_ =
       surveyTableView_->bottomAnchor().constraintEqualToAnchor(submitButton_->topAnchor(), -20);
@@ -159,7 +179,7 @@ void VLQSurveyViewController::viewDidLoad() {
   surveyTableView_->registerClass<VLQRatingCell>(std::string(kRatingCell));
   surveyTableView_->registerClass<VLQOtherOptionCell>(std::string(kOtherCell));
   surveyTableView_->setSeparatorStyle(UITableViewCellSeparatorStyle::None);
-  surveyTableView_->setBackgroundColor(UIColor::whiteColor());
+  surveyTableView_->setBackgroundColor(palette.page);
   surveyTableView_->setAllowsMultipleSelection(true);
 
   otherRowForwarder_ = std::make_shared<OtherRowForwarder>(this);
@@ -175,6 +195,7 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
         tableView.dequeueReusableCellWithIdentifier(std::string(kRatingCell), indexPath));
     if (!cell) return nullptr;
     cell->setRatingDelegate(this);
+    cell->setLook(look_);
     cell->setSelectionStyle(UITableViewCellSelectionStyle::None);
     ratingSelected(question);
     toggleSubmitButton();
@@ -187,6 +208,7 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
         tableView.dequeueReusableCellWithIdentifier(std::string(kOtherCell), indexPath));
     if (!cell) return nullptr;
     cell->setDelegate(otherRowForwarder_);
+    cell->setLook(look_);
     if (responseModel_ && responseModel_->isAnswered()) {
       // The typed text comes back.
       if (cell->otherTextView()) cell->otherTextView()->setText(responseModel_->answer());
@@ -198,6 +220,8 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
   auto cell = std::dynamic_pointer_cast<VLQSurveyOptionCell>(
       tableView.dequeueReusableCellWithIdentifier(std::string(kOptionCell), indexPath));
   if (!cell) return nullptr;
+  cell->setLook(look_);
+  if (wrapsText()) cell->optionLabel()->setPreferredMaxLayoutWidth(optionTextWidth());
   cell->enableWithData(choice);
   if (choice->isAnswered()) {
     tableView.selectRowAtIndexPath(indexPath, true, UITableViewScrollPosition::None);
@@ -209,18 +233,76 @@ std::shared_ptr<UITableViewCell> VLQSurveyViewController::cellForRowAtIndexPath(
   return cell;
 }
 
-std::optional<double> VLQSurveyViewController::heightForRowAtIndexPath(UITableView&, NSIndexPath) {
-  return kRowHeight;
+double VLQSurveyViewController::grown() const {
+  return std::max(1.0, look_.textScale());
+}
+
+double VLQSurveyViewController::skipWidth() const {
+  // As wide as its title needs, and never under the 50 points it has in English.
+  constexpr double kMinimumWidth = 50;
+  if (!nextButton_ || !nextButton_->titleLabel()) return kMinimumWidth;
+  return std::max(kMinimumWidth, nextButton_->titleLabel()->intrinsicContentSize().width + 8);
+}
+
+std::optional<double> VLQSurveyViewController::heightForRowAtIndexPath(UITableView&,
+                                                                       NSIndexPath indexPath) {
+  if (!wrapsText()) return kRowHeight;
+  // A choice's text wraps at larger sizes: the row is as tall as its lines and the card's
+  // margins (10 around the card, 20 inside it), and never shorter than the scaled row.
+  const auto question = currentQuestion();
+  const auto choice = question && !isEqualToString(question->answerMode(), kRating)
+                          ? choiceAt(indexPath.row())
+                          : nullptr;
+  double needed = 0;
+  if (choice && !choice->isOther()) {
+    needed = textHeight(displayText(choice->surveyValue()),
+                        UIFont::systemFontOfSize(look_.fontSize(UILabel::kDefaultFontSize)),
+                        optionTextWidth()) +
+             40;
+  }
+  return std::max(kRowHeight * grown(), needed);
+}
+
+bool VLQSurveyViewController::wrapsText() const {
+  return look_.textScale() != 1.0;
+}
+
+double VLQSurveyViewController::optionTextWidth() const {
+  // The card is inset 10 on each side; the radio image takes 15 + 25 + 15, the text ends 5 short.
+  const double table = surveyTableView_ ? surveyTableView_->bounds().width() : 0;
+  return std::max(0.0, table - 80);
+}
+
+double VLQSurveyViewController::textHeight(const std::optional<std::string>& text,
+                                           std::shared_ptr<const UIFont> font, double width) {
+  if (!text || text->empty() || width <= 0) return 0;
+  UILabel measure;
+  measure.setNumberOfLines(0);
+  measure.setFont(std::move(font));
+  measure.setText(text);
+  return measure.sizeThatFits({width, 1e9}).height;
 }
 
 std::optional<double> VLQSurveyViewController::heightForHeaderInSection(UITableView&,
                                                                         std::int64_t) {
-  return kHeaderHeight;
+  if (!wrapsText()) return kHeaderHeight;
+  // The title wraps across the table's width, with 5 above and below.
+  const auto question = currentQuestion();
+  const double width = surveyTableView_ ? surveyTableView_->bounds().width() : 0;
+  const double needed = question ? textHeight(displayText(question->questionTitle()),
+                                              look_.font(kHelveticaBold, 16), width) +
+                                       10
+                                 : 0;
+  return std::max(kHeaderHeight * grown(), needed);
 }
 
 std::shared_ptr<UIView> VLQSurveyViewController::viewForHeaderInSection(UITableView&,
                                                                         std::int64_t) {
   auto header = VLQSurveyHeaderView::initWithFrame(CGRectZero);
+  header->setLook(look_);
+  if (wrapsText() && surveyTableView_) {
+    header->questionsLabel()->setPreferredMaxLayoutWidth(surveyTableView_->bounds().width());
+  }
   if (questionsCount_ != 0) {
     const auto question = currentQuestion();
     if (session::initialQuestionCount() != static_cast<std::int64_t>(questionsCount_) &&
@@ -237,12 +319,13 @@ std::shared_ptr<UIView> VLQSurveyViewController::viewForHeaderInSection(UITableV
 void VLQSurveyViewController::describeForAccessibility() {
   if (cancelButton_) {
     const bool closes = cancelButton_->currentBackgroundImage() == cancelImage_;
-    cancelButton_->setAccessibilityLabel(closes ? "Close survey" : "Back");
+    cancelButton_->setAccessibilityLabel(
+        std::string(closes ? look_.texts().closeSurvey : look_.texts().back));
   }
   if (vlqSurveyProgressView_) {
     vlqSurveyProgressView_->setAccessibilityValue(
-        "Question " + std::to_string(static_cast<std::int64_t>(tapCount_) + 1) + " of " +
-        std::to_string(session::initialQuestionCount()));
+        session::fillIn(look_.texts().questionOf, static_cast<std::int64_t>(tapCount_) + 1,
+                        session::initialQuestionCount()));
   }
 }
 
@@ -283,7 +366,7 @@ void VLQSurveyViewController::keyboardWillHide(const NSNotification&) {
 }
 
 std::shared_ptr<UIView> VLQSurveyViewController::successAlertView() {
-  return buildSuccessCard(successMessage_, VLQUtilities::keyWindow());
+  return buildSuccessCard(successMessage_, VLQUtilities::keyWindow(), &look_);
 }
 
 }  // namespace vlq::ui

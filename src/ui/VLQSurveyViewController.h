@@ -15,6 +15,7 @@
 
 #include "session/VLQSurveySession.h"
 #include "ui/RatingTapped.h"
+#include "ui/SurveyLook.h"
 #include "ui/didSelectOtherOption.h"
 
 namespace vlq::ui {
@@ -25,6 +26,11 @@ class VLQSurveyViewController : public session::VLQSurveySession,
  public:
   VLQSurveyViewController() = default;
   ~VLQSurveyViewController() override;
+
+  // The page's look: colours, text scale, direction and the plug-in's own texts. Set before the
+  // page loads; the plug-in's own look unless set.
+  void setAppearance(const VLQAppearance& appearance);
+  const SurveyLook& look() const { return look_; }
 
   void viewDidLoad() override;
   bool prefersStatusBarHidden() const override { return true; }
@@ -59,6 +65,17 @@ class VLQSurveyViewController : public session::VLQSurveySession,
 
   // Names the image button and the progress for the question now shown.
   void describeForAccessibility();
+  // How much rows, the header and the buttons grow with the text: the text scale, at least 1.
+  double grown() const;
+  // The width of "Skip" in the page's language.
+  double skipWidth() const;
+  // Whether texts wrap onto more lines (at any text scale but 1.0), and the width a choice's
+  // text wraps at.
+  bool wrapsText() const;
+  double optionTextWidth() const;
+  // The height of `text` in `font` wrapped at `width`.
+  static double textHeight(const std::optional<std::string>& text,
+                           std::shared_ptr<const toolkit::UIFont> font, double width);
 
   std::shared_ptr<toolkit::NSBundle> bundle_;
   // Loaded with the page and kept for its life; the rows load their own images.
@@ -73,6 +90,7 @@ class VLQSurveyViewController : public session::VLQSurveySession,
   std::shared_ptr<toolkit::UIImage> radioHighLightImage_;
   std::shared_ptr<toolkit::NSLayoutConstraint> surveyTableBottomConstraint_;
   std::shared_ptr<OtherRowForwarder> otherRowForwarder_;
+  SurveyLook look_;
 };
 
 }  // namespace vlq::ui

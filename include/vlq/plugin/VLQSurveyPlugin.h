@@ -25,6 +25,7 @@
 #include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
 #include <vlq/host/SurveyProtocol.h>
+#include <vlq/host/VLQAppearance.h>
 #include <vlq/host/VLQDiagnosticsListener.h>
 #include <vlq/host/VLQEvent.h>
 #include <vlq/host/VLQEventListener.h>
@@ -62,6 +63,12 @@ class VLQ_API VLQSurveyPlugin : public toolkit::NSObject,
   // Installs the listener that hears the trigger's decisions (null removes it). Any thread; a
   // decision under way when it changes may still reach the listener it replaces.
   virtual void setDiagnosticsListener(std::shared_ptr<VLQDiagnosticsListener> listener) = 0;
+
+  // The look of the surveys that show from now on: colour scheme, text scale and locale. A survey
+  // already on screen keeps the look it opened with. Any thread; the default is the plug-in's own
+  // light, English, left-to-right look at scale 1.0.
+  virtual void setAppearance(const VLQAppearance& appearance) = 0;
+  virtual VLQAppearance appearance() const = 0;
 
   // Whether a trigger is being handled: from the trigger that started a look-up until the screen
   // is given back. Any thread.

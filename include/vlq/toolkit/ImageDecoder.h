@@ -31,6 +31,8 @@ class VLQ_API ImageDecoder {
 
   // The image in the file at `path`, or null when it is missing or not an image.
   virtual std::shared_ptr<const DecodedImage> decode(const std::string& path) const = 0;
+  // `image` mirrored left to right. A decoder that keeps no pixels gives an image of the same size.
+  virtual std::shared_ptr<const DecodedImage> mirrored(const DecodedImage& image) const;
 
   // The installed decoder (never null) and its replacement (null restores the default).
   static std::shared_ptr<const ImageDecoder> current();

@@ -32,6 +32,9 @@ class VLQ_API UIImage : public NSObject {
   static std::shared_ptr<UIImage> imageWithContentsOfFile(const std::string& path,
                                                           double scale = 1.0);
 
+  // A new image of the same file and scale, drawn mirrored left to right: an arrow that points
+  // back in a right-to-left language.
+  std::shared_ptr<UIImage> imageWithHorizontallyFlippedOrientation() const;
   // In points: the pixel size divided by the scale.
   CGSize size() const;
   double scale() const { return scale_; }

@@ -30,6 +30,9 @@ class VLQ_API UIProgressView : public UIView {
   // The colour of the track: the track tint when set, else a translucent light grey.
   std::optional<UIColor> trackTintColor() const { return trackTintColor_; }
   void setTrackTintColor(std::optional<UIColor> color);
+  // Whether the bar fills from its right edge, as in a right-to-left language (false by default).
+  bool fillsFromRight() const { return fillsFromRight_; }
+  void setFillsFromRight(bool fromRight);
   // The colours drawn.
   UIColor effectiveProgressColor() const { return progressTintColor_.value_or(tintColor_); }
   UIColor effectiveTrackColor() const { return trackTintColor_.value_or(kDefaultTrack); }
@@ -56,6 +59,7 @@ class VLQ_API UIProgressView : public UIView {
   std::optional<UIColor> progressTintColor_;
   UIColor tintColor_ = kDefaultTint;
   std::optional<UIColor> trackTintColor_;
+  bool fillsFromRight_ = false;
 };
 
 }  // namespace vlq::toolkit

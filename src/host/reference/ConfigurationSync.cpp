@@ -5,6 +5,7 @@
 #include <vlq/host/reference/HttpTransport.h>
 
 #include "host/reference/AtomicFile.h"
+#include "host/reference/SurveyTranslations.h"
 
 namespace vlq::reference {
 
@@ -30,9 +31,14 @@ std::optional<std::string> fetchDocument(const std::string& source,
 
 bool syncConfigurationFile(const std::string& source, const std::string& destination,
                            const HttpCredentials& credentials,
-                           const std::function<void(const std::string&)>& log) {
+                           const std::function<void(const std::string&)>& log,
+                           const std::string& locale) {
   const auto document = fetchDocument(source, credentials, log);
-  return document && writeFileAtomically(destination, *document);
+  if (!document) return false;
+  if (const auto translated = translatedConfiguration(*document, locale)) {
+    return writeFileAtomically(destination, *translated);
+  }
+  return writeFileAtomically(destination, *document);
 }
 
 }  // namespace vlq::reference

@@ -36,6 +36,14 @@ HostSettings HostSettings::fromDocument(const Json& document) {
   settings.deviceIdOverride = stringAt(document, "device_id");
   settings.appKey = stringAt(document, "app_key").value_or("");
   settings.caFile = stringAt(document, "ca_file").value_or("");
+  if (auto scheme = stringAt(document, "appearance")) {
+    VLQAppearance::parseColorScheme(*scheme, settings.appearance.colorScheme);
+  }
+  if (const Json& scale = valueForKey(document, "text_scale"); scale.is_number()) {
+    settings.appearance.textScale = scale.get<double>();
+    settings.appearance.textScale = settings.appearance.clampedTextScale();
+  }
+  settings.appearance.locale = stringAt(document, "locale").value_or("");
   return settings;
 }
 

@@ -215,6 +215,12 @@ std::vector<StoredEvent> ReferenceHost::storedEvents() const {
   }
 }
 
+VLQAppearance ReferenceHost::appearance() const {
+  auto appearance = settings_.appearance;
+  if (!options_.locale.empty()) appearance.locale = options_.locale;
+  return appearance;
+}
+
 void ReferenceHost::setEventObserver(EventObserver observer) {
   std::lock_guard lock(observerMutex_);
   observer_ = std::move(observer);
@@ -232,10 +238,10 @@ void ReferenceHost::getSyncDataForActionType(const std::string& actionType, cons
     auto work = std::make_shared<HostWork>(work_.begin());
     workers_.start([source = fetches ? options_.syncSource : std::string(),
                     destination = configurationPath(), credentials = credentialsOf(settings_),
-                    log = options_.log, completion = std::move(completionHandler),
-                    work = std::move(work)] {
+                    log = options_.log, locale = appearance().locale,
+                    completion = std::move(completionHandler), work = std::move(work)] {
       work->holdOnThisThread();
-      if (!source.empty()) syncConfigurationFile(source, destination, credentials, log);
+      if (!source.empty()) syncConfigurationFile(source, destination, credentials, log, locale);
       toolkit::runContained(completion);
     });
   });

@@ -32,6 +32,10 @@ void ImageDecoder::install(std::shared_ptr<const ImageDecoder> decoder) {
   decoders().install(std::move(decoder));
 }
 
+std::shared_ptr<const DecodedImage> ImageDecoder::mirrored(const DecodedImage& image) const {
+  return std::make_shared<DecodedImage>(image.pixelWidth(), image.pixelHeight());
+}
+
 std::shared_ptr<const DecodedImage> PngHeaderDecoder::decode(const std::string& path) const {
   // Signature (8 bytes), then the IHDR chunk: length (4), type (4), width (4), height (4).
   static constexpr std::array<unsigned char, 8> kSignature = {0x89, 'P',  'N',  'G',

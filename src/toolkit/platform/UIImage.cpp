@@ -45,6 +45,10 @@ std::shared_ptr<UIImage> UIImage::imageWithContentsOfFile(const std::string& pat
   return std::make_shared<UIImage>(path, scale, std::move(pixels));
 }
 
+std::shared_ptr<UIImage> UIImage::imageWithHorizontallyFlippedOrientation() const {
+  return std::make_shared<UIImage>(path_, scale_, ImageDecoder::current()->mirrored(*pixels_));
+}
+
 CGSize UIImage::size() const {
   return {pixels_->pixelWidth() / scale_, pixels_->pixelHeight() / scale_};
 }

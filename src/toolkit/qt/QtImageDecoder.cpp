@@ -14,4 +14,10 @@ std::shared_ptr<const DecodedImage> QtImageDecoder::decode(const std::string& pa
       image.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
+std::shared_ptr<const DecodedImage> QtImageDecoder::mirrored(const DecodedImage& image) const {
+  const auto* decoded = dynamic_cast<const QtDecodedImage*>(&image);
+  if (!decoded) return ImageDecoder::mirrored(image);
+  return std::make_shared<QtDecodedImage>(decoded->image().mirrored(true, false));
+}
+
 }  // namespace vlq::toolkit::qt

@@ -23,6 +23,7 @@ class QtDecodedImage : public DecodedImage {
 class QtImageDecoder : public ImageDecoder {
  public:
   std::shared_ptr<const DecodedImage> decode(const std::string& path) const override;
+  std::shared_ptr<const DecodedImage> mirrored(const DecodedImage& image) const override;
 };
 
 }  // namespace vlq::toolkit::qt

@@ -29,6 +29,12 @@ void UIProgressView::setTrackTintColor(std::optional<UIColor> color) {
   setNeedsDisplay();
 }
 
+void UIProgressView::setFillsFromRight(bool fromRight) {
+  if (fillsFromRight_ == fromRight) return;
+  fillsFromRight_ = fromRight;
+  setNeedsDisplay();
+}
+
 void UIProgressView::setProgress(float progress, bool) {
   setProgress(progress);
 }
@@ -39,7 +45,9 @@ void UIProgressView::drawContent(DrawingContext& context) const {
   const double radius = bounds.height() / 2;
   context.fillRect(bounds, effectiveTrackColor(), radius);
   if (progress_ <= 0) return;
-  const CGRect filled{bounds.origin, {bounds.width() * progress_, bounds.height()}};
+  const double width = bounds.width() * progress_;
+  CGRect filled{bounds.origin, {width, bounds.height()}};
+  if (fillsFromRight_) filled.origin.x += bounds.width() - width;
   context.fillRect(filled, effectiveProgressColor(), radius);
 }
 

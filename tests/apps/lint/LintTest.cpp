@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -172,6 +173,44 @@ TEST(LintTest, TargetingRulesThatDoNotMeanWhatTheySeemAreFound) {
   EXPECT_EQ(waiting.surveys[0].due,
             "when the application reports \"e\", once, not within 14 days after another targeted "
             "survey was shown");
+}
+
+TEST(LintTest, TextsWithoutALanguageThatOtherTextsHaveAreFound) {
+  const auto report = lintConfiguration(R"({"configs": [{"_id": "t", "ui": {
+      "show_success_message": true, "success_message": "Thanks",
+      "success_message_translations": {"de": "Danke", "pt_BR": "Obrigado"},
+      "dialog_config": {"yes_text": "Yes", "no_text": "No", "no_text_translations": ["Nein"]},
+      "questions": [{"id": "1", "title": "How?", "answer_mode": "single_choice",
+                     "title_translations": {"DE": "Wie?", "pt-br": "Como?", "ar": 5},
+                     "choices": [{"id": "a", "value": "Good",
+                                  "value_translations": {"de": "Gut", "pt-BR": "Bom"}},
+                                 {"id": "b", "value": 7}]}]}}]})");
+  // Tags match whatever their case and separator; a value that is not text is no text to
+  // translate; a translation that is not text counts for no language.
+  std::vector<Found> translations;
+  for (const auto& finding : found(report)) {
+    if (std::get<1>(finding).find("translation") != std::string::npos) {
+      translations.push_back(finding);
+    }
+  }
+  std::sort(translations.begin(), translations.end());
+  EXPECT_EQ(
+      translations,
+      (std::vector<Found>{
+          {"warning", "translation-missing", "/configs/0/ui/dialog_config/no_text_translations"},
+          {"warning", "translation-missing", "/configs/0/ui/dialog_config/yes_text_translations"},
+          {"warning", "translation-not-text", "/configs/0/ui/questions/0/title_translations/ar"},
+          {"warning", "translations-not-object",
+           "/configs/0/ui/dialog_config/no_text_translations"},
+      }));
+  EXPECT_EQ(
+      messageAt(report, "translation-missing", "/configs/0/ui/dialog_config/yes_text_translations"),
+      "Other texts are translated into \"de\" and \"pt-br\" but this \"yes_text\" is not, "
+      "so those languages' users read it as written.");
+  // A document without translations has nothing to say about them.
+  EXPECT_TRUE(found(lintConfiguration(R"({"configs": [{"_id": "t", "ui": {"questions": [
+      {"id": "1", "title": "Q", "answer_mode": "rating"}]}}]})"))
+                  .empty());
 }
 
 TEST(LintTest, DuplicatesShowTheLastEntrysSurveyAfterTheirOwnDelay) {

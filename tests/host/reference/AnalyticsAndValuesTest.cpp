@@ -102,6 +102,19 @@ TEST(SettingsTest, ValuesOfTheWrongTypeFallBackOneByOne) {
   EXPECT_TRUE(isUuidText(partial->getDeviceID().value_or("")));
 }
 
+TEST(SettingsTest, TheAppearanceIsReadWithItsScaleKeptInRange) {
+  const auto read = [](const char* text) {
+    return HostSettings::fromDocument(Json::parse(text)).appearance;
+  };
+  const auto chosen = read(R"({"appearance": "dark", "text_scale": 7, "locale": "ar-EG"})");
+  EXPECT_EQ(chosen.colorScheme, VLQAppearance::ColorScheme::Dark);
+  EXPECT_EQ(chosen.textScale, 2.0);
+  EXPECT_EQ(chosen.locale, "ar-EG");
+  // Unknown or mistyped values leave the plug-in's own look.
+  EXPECT_EQ(read(R"({"appearance": "DARK", "text_scale": "2", "locale": 5})"), VLQAppearance{});
+  EXPECT_EQ(read(R"({"appearance": "system"})").colorScheme, VLQAppearance::ColorScheme::System);
+}
+
 TEST(SettingsTest, AttributesAsDeepAsThePlatformReadsAreKeptAndDeeperOnesRefused) {
   // The settings object and "user_attributes" are two levels; the value in it makes the rest.
   ScratchDirectory library;

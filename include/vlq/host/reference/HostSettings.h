@@ -10,7 +10,10 @@
 //     "app_id": "app-1",
 //     "device_id": "an override of the persisted device id",
 //     "app_key": "the key the service gave the app",
-//     "ca_file": "/etc/ssl/survey-service-ca.pem"
+//     "ca_file": "/etc/ssl/survey-service-ca.pem",
+//     "appearance": "dark",
+//     "text_scale": 1.5,
+//     "locale": "de-AT"
 //   }
 //
 // Defaults, used for every value that is missing or of the wrong type, and for everything when the
@@ -23,7 +26,11 @@
 // - app_key: none: requests carry no Authorization; with one, every request to the service and
 //   every sync over HTTP carries "Authorization: Bearer <app_key>";
 // - ca_file: none: https:// certificates are verified against the system's authorities; with one,
-//   against the authorities in that PEM file.
+//   against the authorities in that PEM file;
+// - appearance ("light", "dark" or "system"), text_scale (a number, kept within 0.8 to 2.0) and
+//   locale (a tag such as "ar-EG"): the survey's look, which the host gives the plug-in
+//   (VLQSurveyPlugin::setAppearance); light, 1.0 and English by default. The locale also picks
+//   the language of the survey's own texts when the sync stores the configuration.
 // Attributes are passed on as they are, whatever JSON values they hold.
 
 #include <optional>
@@ -31,6 +38,7 @@
 
 #include <vlq/Export.h>
 #include <vlq/host/JsonValue.h>
+#include <vlq/host/VLQAppearance.h>
 
 namespace vlq::reference {
 
@@ -46,6 +54,7 @@ struct VLQ_API HostSettings {
   std::optional<std::string> deviceIdOverride;
   std::string appKey;
   std::string caFile;
+  VLQAppearance appearance;
 
   // The settings of the JSON document `document`, with the defaults above where it says nothing.
   static HostSettings fromDocument(const Json& document);

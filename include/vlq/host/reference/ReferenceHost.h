@@ -137,6 +137,10 @@ class VLQ_API ReferenceHost : public VLQController,
   const std::shared_ptr<ReferenceUtilities>& utilities() const { return utilities_; }
   const ReferenceHostOptions& options() const { return options_; }
   const HostSettings& settings() const { return settings_; }
+  // The survey's look for this user: the settings' appearance, with the options' locale in place
+  // of the settings' when the options give one. A host application hands it to the plug-in
+  // (VLQSurveyPlugin::setAppearance).
+  VLQAppearance appearance() const;
   // Where the "surveys" sync writes the configuration document.
   std::string configurationPath() const;
 

@@ -48,6 +48,9 @@ struct VLQ_API ReferenceHostOptions {
   // A batch of events goes out once this many wait, or this many seconds after the first of them.
   std::size_t eventBatchSize = 50;
   double eventFlushSeconds = 30;
+  // The user's locale for the survey's own texts, in place of the settings' "locale" (empty: the
+  // settings' one): the sync stores the configuration with its texts in that language.
+  std::string locale = {};
 };
 
 }  // namespace vlq::reference
