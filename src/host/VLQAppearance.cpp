@@ -29,6 +29,9 @@ std::string VLQAppearance::language() const {
 }
 
 bool VLQAppearance::isRightToLeft() const {
+  if (layoutDirection != LayoutDirection::Natural) {
+    return layoutDirection == LayoutDirection::RightToLeft;
+  }
   static constexpr std::array<std::string_view, 8> kRightToLeft = {"ar", "he", "iw", "fa",
                                                                    "ur", "yi", "ps", "sd"};
   const auto code = language();

@@ -16,6 +16,7 @@
 #include "model/SurveyEntry.h"
 #include "model/VLQQuestionsModel.h"
 #include "plugin/VLQSurveyPluginImpl.h"
+#include "plugin/WindowAppearance.h"
 #include "ui/JsonText.h"
 #include "ui/VLQSurveyViewController.h"
 
@@ -264,6 +265,9 @@ void VLQSurveyPluginImpl::showInvitation() {
     config = dialogConfig_;
     appearance = appearance_;
   }
+  if (const auto window = VLQUtilities::keyWindow()) {
+    appearance = appearanceInWindow(appearance, window->traitCollection());
+  }
   // A dismissal between the delay and now has cleared the configuration: a card without texts.
   if (!config) config = std::make_shared<DialogConfig>();
   VLQController::sharedController()->logAppEventWithName(
@@ -335,6 +339,9 @@ void VLQSurveyPluginImpl::willShowSurvey() {
       id = surveyId_;
       message = successMessage_;
       appearance = appearance_;
+    }
+    if (const auto window = VLQUtilities::keyWindow()) {
+      appearance = appearanceInWindow(appearance, window->traitCollection());
     }
     auto page = std::make_shared<ui::VLQSurveyViewController>();
     page->setAppearance(appearance);

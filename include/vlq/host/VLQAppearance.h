@@ -32,13 +32,21 @@ struct VLQ_API VLQAppearance {
   // A BCP 47 tag such as "de", "pt-BR" or "ar-EG"; empty: English.
   std::string locale;
 
+  enum class LayoutDirection {
+    Natural,  // the locale's
+    LeftToRight,
+    RightToLeft,
+  };
+  LayoutDirection layoutDirection = LayoutDirection::Natural;
+
   // Whether the page is drawn with the dark palette.
   bool isDark() const;
   // textScale within 0.8 to 2.0 (not a number: 1.0).
   double clampedTextScale() const;
   // The language subtag of the locale, in lower case: "de" for "de-AT", "zh" for "zh_Hans_CN".
   std::string language() const;
-  // Whether the locale's script is written right to left (Arabic, Hebrew, Persian, Urdu, ...).
+  // Whether the page is laid out right to left: as the layout direction says, or else as the
+  // locale's script is written (Arabic, Hebrew, Persian, Urdu, ...).
   bool isRightToLeft() const;
 
   // "light", "dark" or "system" to a scheme; false for anything else.

@@ -68,6 +68,8 @@ class VLQ_API SurveyOverlayItem : public QQuickPaintedItem {
 
   // Size and device pixel ratio from the item and its window.
   void followGeometry();
+  // Hands the application's palette, locale and layout direction to the survey.
+  void followApplicationAppearance();
   void snapshotSoon();
 
   std::unique_ptr<Host> host_;

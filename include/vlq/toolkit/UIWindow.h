@@ -9,6 +9,7 @@
 
 #include <vlq/Export.h>
 #include <vlq/toolkit/UIScreen.h>
+#include <vlq/toolkit/UITraitCollection.h>
 #include <vlq/toolkit/UIView.h>
 #include <vlq/toolkit/UIViewController.h>
 
@@ -38,6 +39,10 @@ class VLQ_API UIWindow : public UIView {
   // simulated phone) unless the window has a screen of its own, as a desktop window does.
   const UIScreen& screen() const { return screen_ ? *screen_ : UIScreen::mainScreen(); }
   void setScreen(std::optional<UIScreen> screen) { screen_ = std::move(screen); }
+
+  // What the application around the window says about its look (all unspecified by default).
+  const UITraitCollection& traitCollection() const { return traits_; }
+  void setTraitCollection(UITraitCollection traits) { traits_ = std::move(traits); }
 
   // The widest the window's content may be, in points; unset (the default) for no limit. A window
   // wider than that lays its content out in a centred column of that width: constraints to the
@@ -92,6 +97,7 @@ class VLQ_API UIWindow : public UIView {
   std::shared_ptr<UIViewController> rootViewController_;
   UIEdgeInsets safeInsets_;
   std::optional<UIScreen> screen_;
+  UITraitCollection traits_;
   std::optional<double> maximumContentWidth_;
   // The column the root view controller's view was last made to fill.
   std::optional<CGRect> rootViewColumn_;

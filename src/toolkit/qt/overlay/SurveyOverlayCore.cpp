@@ -244,4 +244,17 @@ CGPoint SurveyOverlayCore::pointAtGlobal(QPoint global) {
   return {local.x(), local.y()};
 }
 
+void SurveyOverlayCore::setApplicationAppearance(ApplicationAppearance appearance) {
+  appearance_ = std::move(appearance);
+  UITraitCollection traits;
+  const bool dark = appearance_.palette.color(QPalette::Window).lightness() <
+                    appearance_.palette.color(QPalette::WindowText).lightness();
+  traits.userInterfaceStyle = dark ? UIUserInterfaceStyle::Dark : UIUserInterfaceStyle::Light;
+  if (appearance_.layoutDirection == Qt::RightToLeft) {
+    traits.layoutDirection = UIUserInterfaceLayoutDirection::RightToLeft;
+  }
+  traits.languageTag = appearance_.locale.bcp47Name().toStdString();
+  window_->setTraitCollection(std::move(traits));
+}
+
 }  // namespace vlq::toolkit::qt

@@ -110,12 +110,13 @@ class VLQ_API SurveyOverlayCore : private MainQueueListener, private AccessibleS
   // Whether a field has the keyboard (an input method should compose text for it).
   bool takesText() const;
 
-  // Where the application's palette, locale and layout direction reach the survey. The plug-in's
-  // views keep their own colours, language and direction for now; the overlays pass the
-  // application's appearance here whenever it changes.
-  void setApplicationAppearance(ApplicationAppearance appearance) {
-    appearance_ = std::move(appearance);
-  }
+  // Where the application's palette, locale and layout direction reach the survey: the overlays
+  // pass them here whenever they change, and they become the window's traits, which the plug-in
+  // follows where its host left the look open (a "system" scheme, no locale). The palette says
+  // dark when its window colour is darker than its text; a right-to-left application makes the
+  // survey right to left, a left-to-right one leaves the direction to the language (Qt reports
+  // left to right unless told otherwise).
+  void setApplicationAppearance(ApplicationAppearance appearance);
   const ApplicationAppearance& applicationAppearance() const { return appearance_; }
 
   // Looks at what the plug-in shows now and brings the overlay up to date.

@@ -165,6 +165,7 @@ SurveyOverlayItem::SurveyOverlayItem(QQuickItem* parent)
   setAcceptTouchEvents(true);
   setFlag(ItemAcceptsInputMethod, true);
   setFlag(ItemIsFocusScope, true);
+  followApplicationAppearance();
 }
 
 SurveyOverlayItem::~SurveyOverlayItem() = default;
@@ -176,6 +177,13 @@ std::shared_ptr<vlq::toolkit::UIWindow> SurveyOverlayItem::uiWindow() const {
 void SurveyOverlayItem::paint(QPainter* painter) {
   const QImage& frame = host_->frame();
   if (!frame.isNull()) painter->drawImage(QPointF(0, 0), frame);
+}
+
+void SurveyOverlayItem::followApplicationAppearance() {
+  // A Qt Quick scene has no palette or locale of its own outside Qt Quick Controls: the
+  // application's are what it shows.
+  host_->core.setApplicationAppearance(
+      {QGuiApplication::palette(), QLocale(), QGuiApplication::layoutDirection()});
 }
 
 void SurveyOverlayItem::followGeometry() {
@@ -202,6 +210,7 @@ void SurveyOverlayItem::itemChange(ItemChange change, const ItemChangeData& valu
   QQuickPaintedItem::itemChange(change, value);
   if (change == ItemSceneChange && value.window) {
     joinAccessibleTree(*this);
+    followApplicationAppearance();
     // Surveys go to the window in use: this one now, and whenever it becomes active again.
     host_->core.makeKey();
     connect(value.window, &QWindow::activeChanged, this, [this] {
@@ -214,6 +223,15 @@ void SurveyOverlayItem::itemChange(ItemChange change, const ItemChangeData& valu
 }
 
 bool SurveyOverlayItem::event(QEvent* event) {
+  switch (event->type()) {
+    case QEvent::ApplicationPaletteChange:
+    case QEvent::LocaleChange:
+    case QEvent::LayoutDirectionChange:
+      followApplicationAppearance();
+      break;
+    default:
+      break;
+  }
   // While the survey has the keyboard, every key is the survey's: no shortcut of the application
   // fires.
   if (event->type() == QEvent::ShortcutOverride && host_->core.isPresenting()) {

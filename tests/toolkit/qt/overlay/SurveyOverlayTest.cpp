@@ -88,6 +88,28 @@ TEST(SurveyOverlayTest, IdleItIsHiddenAndTheApplicationHasEveryClickKeyAndShortc
   EXPECT_EQ(app.clicks, 1);
 }
 
+TEST(SurveyOverlayTest, TheWindowCarriesTheApplicationsPaletteLanguageAndDirection) {
+  RedApplication app;
+  const auto traits = [&] { return app.overlay->uiWindow()->traitCollection(); };
+  // The default palette of the offscreen platform is light; QLocale's default here is C, English.
+  EXPECT_EQ(traits().userInterfaceStyle, UIUserInterfaceStyle::Light);
+  EXPECT_EQ(traits().layoutDirection, UIUserInterfaceLayoutDirection::Unspecified);
+
+  // A dark, right-to-left Arabic application, set on the window the overlay covers (Qt names
+  // Egyptian Arabic "ar", Egypt being its default territory).
+  QPalette dark = app.window.palette();
+  dark.setColor(QPalette::Window, QColor(30, 30, 30));
+  dark.setColor(QPalette::WindowText, QColor(235, 235, 235));
+  app.window.setPalette(dark);
+  app.window.setLocale(QLocale(QLocale::Arabic, QLocale::Egypt));
+  app.window.setLayoutDirection(Qt::RightToLeft);
+  ASSERT_TRUE(waitFor([&] {
+    return traits().userInterfaceStyle == UIUserInterfaceStyle::Dark &&
+           traits().layoutDirection == UIUserInterfaceLayoutDirection::RightToLeft &&
+           traits().languageTag.substr(0, 2) == "ar";
+  })) << traits().languageTag;
+}
+
 TEST(SurveyOverlayTest, TheInvitationCoversTheApplicationsRealPixelsAndTakesItsInput) {
   RedApplication app;
   QSignalSpy shown(app.overlay, &SurveyOverlay::surveyShown);
