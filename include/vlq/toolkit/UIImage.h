@@ -15,7 +15,7 @@
 
 namespace vlq::toolkit {
 
-class UITraitCollection;
+struct UITraitCollection;
 
 class VLQ_API UIImage : public NSObject {
  public:
