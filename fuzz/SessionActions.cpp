@@ -32,6 +32,7 @@
 #include "support/RecordingHost.h"
 #include "ui/VLQOtherOptionCell.h"
 #include "ui/VLQRatingCell.h"
+#include "ui/VLQSurveyDialogView.h"
 #include "ui/VLQSurveyViewController.h"
 
 namespace vlq::fuzz {
