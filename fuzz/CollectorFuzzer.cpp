@@ -299,7 +299,8 @@ void checkResults(Collector& current, const vlq::collector::RequestTarget& targe
   }
   require(answer.status == 200);
   if (!json) {
-    require(answer.body.rfind("received_at,session_id,device_uuid,time_taken", 0) == 0);
+    // The CSV opens with a byte order mark, so that spreadsheets read it as UTF-8.
+    require(answer.body.rfind("\xEF\xBB\xBFreceived_at,session_id,device_uuid,time_taken", 0) == 0);
     return;
   }
   const Json results = Json::parse(answer.body);
