@@ -68,6 +68,7 @@ struct CollectorProcess {
 
   // Sends `signal` and waits for the process: its exit code, -1 when the signal ended it.
   int end(int signal) {
+    if (!output) return -1;
     if (pid > 0) kill(pid, signal);
     const int status = pclose(output);
     output = nullptr;
