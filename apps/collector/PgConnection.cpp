@@ -69,6 +69,30 @@ const std::string& PgConnection::prepared(const std::string& sql) {
   return prepared_.emplace(sql, name).first->second;
 }
 
+std::string pgArrayLiteral(const std::vector<std::optional<std::string>>& values) {
+  std::size_t length = 2;
+  for (const auto& value : values)
+    length += value ? value->size() + 3 : 5;
+  std::string literal;
+  literal.reserve(length);
+  literal += '{';
+  for (const auto& value : values) {
+    if (literal.size() > 1) literal += ',';
+    if (!value) {
+      literal += "NULL";
+      continue;
+    }
+    literal += '"';
+    for (const char c : *value) {
+      if (c == '"' || c == '\\') literal += '\\';
+      literal += c;
+    }
+    literal += '"';
+  }
+  literal += '}';
+  return literal;
+}
+
 void executePg(PgConnection* connection, const char* sql) {
   pg_result* result = PQexec(connection->get(), sql);
   check(result, connection);

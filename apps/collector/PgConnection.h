@@ -87,6 +87,10 @@ class PgQuery {
   int row_ = -1;
 };
 
+// The text of an array of `values` for a parameter cast to an array type ("$1::text[]"): each value
+// quoted, none as NULL. A statement given arrays of the same length inserts many rows at once.
+std::string pgArrayLiteral(const std::vector<std::optional<std::string>>& values);
+
 // Runs `sql`, one or more statements without parameters or results.
 void executePg(PgConnection* connection, const char* sql);
 

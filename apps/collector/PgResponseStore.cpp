@@ -1,6 +1,10 @@
 #include "collector/PgResponseStore.h"
 
+#include <algorithm>
+#include <array>
+#include <map>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include <vlq/host/JsonDocument.h>
@@ -56,23 +60,164 @@ PgResponseStore::PgResponseStore(std::string url, std::unique_ptr<PgConnection> 
 }
 
 StoreResult PgResponseStore::store(const IncomingResponse& response) {
-  const Lease lease(*this);
-  if (!lease.get()) return StoreResult{StoreResult::Outcome::failed, 0, 0, lease.error()};
-  StoreResult result;
-  try {
-    result = insert(lease.get(), response);
-  } catch (const std::exception& e) {
-    return StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
-  }
-  if (result.outcome == StoreResult::Outcome::stored) {
-    const StoredResponse stored = storedRecordOf(response, result.id);
-    std::lock_guard lock(announceMutex_);
-    announceStored(stored);
-  }
-  return result;
+  return commits_.store(response,
+                        [this](const std::vector<PendingResponse*>& batch) { commit(batch); });
 }
 
-StoreResult PgResponseStore::insert(PgConnection* connection, const IncomingResponse& response) {
+void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {
+  {
+    const Lease lease(*this);
+    if (!lease.get()) {
+      for (PendingResponse* pending : batch)
+        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, lease.error()};
+      return;
+    }
+    // One body that the server refuses fails the statement for all; then each body is tried
+    // alone, so that it fails alone.
+    if (batch.size() == 1 || !insertTogether(lease.get(), batch)) {
+      for (PendingResponse* pending : batch)
+        insertAlone(lease.get(), *pending);
+    }
+  }
+  std::vector<const PendingResponse*> stored;
+  for (const PendingResponse* pending : batch) {
+    if (pending->result.outcome == StoreResult::Outcome::stored) stored.push_back(pending);
+  }
+  std::sort(stored.begin(), stored.end(), [](const PendingResponse* a, const PendingResponse* b) {
+    return a->result.id < b->result.id;
+  });
+  for (const PendingResponse* pending : stored)
+    announceStored(storedRecordOf(*pending->response, pending->result.id));
+}
+
+bool PgResponseStore::insertTogether(PgConnection* connection,
+                                     const std::vector<PendingResponse*>& batch) {
+  // Bodies without a key first, then by app and key: every collector takes the keys' locks in
+  // the same order.
+  std::vector<PendingResponse*> ordered(batch);
+  std::stable_sort(
+      ordered.begin(), ordered.end(), [](const PendingResponse* a, const PendingResponse* b) {
+        const IncomingResponse& x = *a->response;
+        const IncomingResponse& y = *b->response;
+        return std::forward_as_tuple(!x.idempotencyKey.empty(), x.appId, x.idempotencyKey) <
+               std::forward_as_tuple(!y.idempotencyKey.empty(), y.appId, y.idempotencyKey);
+      });
+  std::array<std::vector<std::optional<std::string>>, 6> columns;
+  for (const PendingResponse* pending : ordered) {
+    const IncomingResponse& response = *pending->response;
+    columns[0].emplace_back(response.appId);
+    columns[1].emplace_back(response.receivedAt);
+    columns[2].emplace_back(response.url);
+    columns[3].emplace_back(std::to_string(response.status));
+    columns[4].emplace_back(std::string(response.bodyText));
+    columns[5].push_back(response.idempotencyKey.empty() ? std::nullopt
+                                                         : std::optional(response.idempotencyKey));
+  }
+  // Rows go in in the order given, so the ids they get rise in that order; a key the app used
+  // before, or earlier in the batch, inserts nothing.
+  PgQuery insert(connection,
+                 "INSERT INTO survey_responses"
+                 " (app_id, received_at, url, status, body, idempotency_key)"
+                 " SELECT app_id, received_at, url, status, body, idempotency_key"
+                 " FROM unnest($1::text[], $2::text[], $3::text[], $4::integer[], $5::text[],"
+                 " $6::text[]) WITH ORDINALITY"
+                 " AS batch (app_id, received_at, url, status, body, idempotency_key, place)"
+                 " ORDER BY place"
+                 " ON CONFLICT (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL"
+                 " DO NOTHING RETURNING id, app_id, idempotency_key");
+  for (std::size_t column = 0; column < columns.size(); ++column)
+    insert.bind(("$" + std::to_string(column + 1)).c_str(), pgArrayLiteral(columns[column]));
+  std::vector<std::int64_t> unkeyedIds;
+  std::map<std::pair<std::string, std::string>, std::int64_t> keyedIds;
+  try {
+    while (insert.step()) {
+      if (const auto key = insert.optionalText(2)) {
+        keyedIds.emplace(std::pair(insert.text(1), *key), insert.integer(0));
+      } else {
+        unkeyedIds.push_back(insert.integer(0));
+      }
+    }
+  } catch (const std::exception&) {
+    return false;
+  }
+  // The statement is committed: from here on, no body is inserted again.
+  std::sort(unkeyedIds.begin(), unkeyedIds.end());
+  std::size_t nextUnkeyed = 0;
+  std::vector<PendingResponse*> found;
+  for (PendingResponse* pending : ordered) {
+    const IncomingResponse& response = *pending->response;
+    if (response.idempotencyKey.empty()) {
+      pending->result =
+          nextUnkeyed < unkeyedIds.size()
+              ? StoreResult{StoreResult::Outcome::stored,
+                            unkeyedIds[nextUnkeyed++],
+                            response.status,
+                            {}}
+              : StoreResult{StoreResult::Outcome::failed, 0, 0, "the stored body has no id"};
+      continue;
+    }
+    const auto id = keyedIds.find(std::pair(response.appId, response.idempotencyKey));
+    if (id == keyedIds.end()) {
+      found.push_back(pending);
+      continue;
+    }
+    pending->result = StoreResult{StoreResult::Outcome::stored, id->second, response.status, {}};
+    keyedIds.erase(id);  // the same key later in the batch is a repeat or a conflict
+  }
+  if (!found.empty()) findStored(connection, found);
+  return true;
+}
+
+void PgResponseStore::findStored(PgConnection* connection,
+                                 const std::vector<PendingResponse*>& found) {
+  std::vector<std::optional<std::string>> apps, keys;
+  for (const PendingResponse* pending : found) {
+    apps.emplace_back(pending->response->appId);
+    keys.emplace_back(pending->response->idempotencyKey);
+  }
+  struct StoredRow {
+    std::int64_t id;
+    int status;
+    std::string body;
+  };
+  std::map<std::pair<std::string, std::string>, StoredRow> stored;
+  try {
+    // The conflicts waited for the other inserts' commits, so their rows are there to read.
+    PgQuery select(connection,
+                   "SELECT s.id, s.status, s.body, s.app_id, s.idempotency_key"
+                   " FROM survey_responses s JOIN unnest($1::text[], $2::text[])"
+                   " AS wanted (app_id, idempotency_key)"
+                   " ON s.app_id = wanted.app_id AND s.idempotency_key = wanted.idempotency_key"
+                   " WHERE s.idempotency_key IS NOT NULL");
+    select.bind("$1", pgArrayLiteral(apps)).bind("$2", pgArrayLiteral(keys));
+    while (select.step()) {
+      stored[std::pair(select.text(3), select.text(4))] =
+          StoredRow{select.integer(0), static_cast<int>(select.integer(1)), select.text(2)};
+    }
+  } catch (const std::exception& e) {
+    for (PendingResponse* pending : found)
+      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
+    return;
+  }
+  for (PendingResponse* pending : found) {
+    const IncomingResponse& response = *pending->response;
+    const auto row = stored.find(std::pair(response.appId, response.idempotencyKey));
+    if (row == stored.end()) {
+      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0,
+                                    "the response stored under the key vanished"};
+      continue;
+    }
+    pending->result =
+        StoreResult{row->second.body == response.bodyText ? StoreResult::Outcome::repeated
+                                                          : StoreResult::Outcome::conflict,
+                    row->second.id,
+                    row->second.status,
+                    {}};
+  }
+}
+
+void PgResponseStore::insertAlone(PgConnection* connection, PendingResponse& pending) {
+  const IncomingResponse& response = *pending.response;
   const bool hasKey = !response.idempotencyKey.empty();
   // One statement, committed on its own; a key the app used before inserts nothing.
   PgQuery insert(connection,
@@ -87,18 +232,17 @@ StoreResult PgResponseStore::insert(PgConnection* connection, const IncomingResp
       .bind("$4", response.status)
       .bind("$5", std::string(response.bodyText))
       .bind("$6", hasKey ? std::optional(response.idempotencyKey) : std::nullopt);
-  if (insert.step()) {
-    return StoreResult{StoreResult::Outcome::stored, insert.integer(0), response.status, {}};
+  try {
+    if (insert.step()) {
+      pending.result =
+          StoreResult{StoreResult::Outcome::stored, insert.integer(0), response.status, {}};
+      return;
+    }
+  } catch (const std::exception& e) {
+    pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
+    return;
   }
-  // The conflict waited for the other insert's commit, so its row is there to read.
-  PgQuery find(connection,
-               "SELECT id, status, body FROM survey_responses"
-               " WHERE app_id = $1 AND idempotency_key = $2");
-  find.bind("$1", response.appId).bind("$2", response.idempotencyKey);
-  if (!find.step()) throw std::runtime_error("the response stored under the key vanished");
-  const auto outcome = find.text(2) == response.bodyText ? StoreResult::Outcome::repeated
-                                                         : StoreResult::Outcome::conflict;
-  return StoreResult{outcome, find.integer(0), static_cast<int>(find.integer(1)), {}};
+  findStored(connection, {&pending});
 }
 
 std::vector<StoredResponse> PgResponseStore::select(const char* sql,

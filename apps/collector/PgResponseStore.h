@@ -2,17 +2,19 @@
 
 // The response store on PostgreSQL, which several collector processes may share.
 //
-// Each post is one INSERT, committed on its own, on one of a pool of connections (one per thread
-// that stores at the same moment): the server commits concurrent transactions with one flush of
-// its log. The idempotency key is unique within an app by a unique index, so the database, not
-// the process, decides which of two collectors that receive the same key stores it; the other
-// finds the stored body and answers as for a repeat or a conflict.
+// Posts that arrive together are inserted by one statement, committed once (see CommitGroup): the
+// bodies go to the server as arrays, so that a batch costs it one round trip and one commit. The
+// idempotency key is unique within an app by a unique index, so the database, not the process,
+// decides which of two collectors that receive the same key stores it; the other finds the stored
+// body and answers as for a repeat or a conflict. Batches insert their keys in one order, so that
+// two collectors' batches never wait for each other in a circle.
 
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "collector/CommitGroup.h"
 #include "collector/PgConnection.h"
 #include "collector/ResponseStore.h"
 
@@ -50,13 +52,21 @@ class PgResponseStore final : public ResponseStore {
   };
 
   PgResponseStore(std::string url, std::unique_ptr<PgConnection> first);
-  StoreResult insert(PgConnection* connection, const IncomingResponse& response);
+  // Stores the batch and announces the bodies it stored, in id order.
+  void commit(const std::vector<PendingResponse*>& batch);
+  // Inserts the batch with one statement; false when the server refused it, and then nothing of
+  // it was kept.
+  bool insertTogether(PgConnection* connection, const std::vector<PendingResponse*>& batch);
+  // Answers the posts whose keys the batch found stored already.
+  void findStored(PgConnection* connection, const std::vector<PendingResponse*>& found);
+  // One body alone, committed on its own.
+  void insertAlone(PgConnection* connection, PendingResponse& pending);
   std::vector<StoredResponse> select(const char* sql, const std::vector<std::string>& values) const;
 
   const std::string url_;
   mutable std::mutex poolMutex_;
   mutable std::vector<std::unique_ptr<PgConnection>> idle_;  // guarded by poolMutex_
-  std::mutex announceMutex_;                                 // one listener call at a time
+  CommitGroup commits_;
 };
 
 }  // namespace vlq::collector

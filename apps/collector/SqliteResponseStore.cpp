@@ -107,26 +107,8 @@ SqliteResponseStore::~SqliteResponseStore() {
 }
 
 StoreResult SqliteResponseStore::store(const IncomingResponse& response) {
-  Pending mine{&response, {}};
-  std::unique_lock lock(queueMutex_);
-  queue_.push_back(&mine);
-  while (!mine.done) {
-    if (committing_) {
-      queueChanged_.wait(lock);
-      continue;
-    }
-    committing_ = true;
-    std::vector<Pending*> batch;
-    batch.swap(queue_);
-    lock.unlock();
-    commit(batch);
-    lock.lock();
-    for (Pending* pending : batch)
-      pending->done = true;
-    committing_ = false;
-    queueChanged_.notify_all();
-  }
-  return mine.result;
+  return commits_.store(response,
+                        [this](const std::vector<PendingResponse*>& batch) { commit(batch); });
 }
 
 bool SqliteResponseStore::execute(Statement& statement) {
@@ -170,14 +152,14 @@ StoreResult SqliteResponseStore::insert(const IncomingResponse& response) {
   return result;
 }
 
-void SqliteResponseStore::commit(const std::vector<Pending*>& batch) {
+void SqliteResponseStore::commit(const std::vector<PendingResponse*>& batch) {
   {
     std::lock_guard lock(databaseMutex_);
     std::string failure;
     if (!execute(*begin_)) {
       failure = sqlite3_errmsg(database_);
     } else {
-      for (Pending* pending : batch) {
+      for (PendingResponse* pending : batch) {
         pending->result = insert(*pending->response);
         if (pending->result.outcome == StoreResult::Outcome::failed) {
           failure = pending->result.error;
@@ -189,17 +171,15 @@ void SqliteResponseStore::commit(const std::vector<Pending*>& batch) {
     }
     if (!failure.empty()) {
       // Nothing of the batch is kept: every one of its posts is answered as failed.
-      for (Pending* pending : batch)
+      for (PendingResponse* pending : batch)
         pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, failure};
       return;
     }
   }
   // Outside the lock, so that a listener may read the store.
-  for (const Pending* pending : batch) {
+  for (const PendingResponse* pending : batch) {
     if (pending->result.outcome != StoreResult::Outcome::stored) continue;
-    const IncomingResponse& response = *pending->response;
-    const StoredResponse stored = storedRecordOf(response, pending->result.id);
-    announceStored(stored);
+    announceStored(storedRecordOf(*pending->response, pending->result.id));
   }
 }
 

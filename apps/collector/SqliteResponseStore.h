@@ -2,18 +2,14 @@
 
 // The response store on SQLite: one file (or one in-memory database), in write-ahead-log mode
 // with full synchronisation, so that a body is on disk before its post is answered.
-//
-// Posts that arrive together are committed together: the first thread to find no commit under
-// way takes every body waiting, inserts them in one transaction and commits once, while the
-// threads that come meanwhile queue for the next. Under load this stores more bodies per disk
-// flush than one transaction per insert; alone, a body waits for nothing.
+// Posts that arrive together are inserted in one transaction, committed once (see CommitGroup).
 
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "collector/CommitGroup.h"
 #include "collector/ResponseStore.h"
 #include "host/reference/SqliteDatabase.h"
 
@@ -38,16 +34,9 @@ class SqliteResponseStore final : public ResponseStore {
  private:
   using Statement = reference::SqliteStatement;
 
-  // A body waiting for a commit, and what became of it.
-  struct Pending {
-    const IncomingResponse* response;
-    StoreResult result;
-    bool done = false;
-  };
-
   explicit SqliteResponseStore(sqlite3* database);
   // Inserts the batch in one transaction; announces the bodies it stored.
-  void commit(const std::vector<Pending*>& batch);
+  void commit(const std::vector<PendingResponse*>& batch);
   // One insert inside the open transaction.
   StoreResult insert(const IncomingResponse& response);
   bool execute(Statement& statement);
@@ -58,10 +47,7 @@ class SqliteResponseStore final : public ResponseStore {
   std::unique_ptr<Statement> begin_, commit_, rollback_, insert_, findByKey_, page_, all_,
       allOfApp_, after_;
 
-  std::mutex queueMutex_;
-  std::condition_variable queueChanged_;
-  std::vector<Pending*> queue_;  // guarded by queueMutex_
-  bool committing_ = false;      // guarded by queueMutex_
+  CommitGroup commits_;
 };
 
 }  // namespace vlq::collector
