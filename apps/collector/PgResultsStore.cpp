@@ -7,6 +7,7 @@
 #include "collector/PgConnection.h"
 #include "collector/PgSchema.h"
 #include "collector/SqlResultsStore.h"
+#include "collector/SqlRows.h"
 
 namespace vlq::collector {
 namespace {
@@ -19,6 +20,7 @@ class PgBackend {
   // are not committed in order, and ids taken by a refused insert are never used. The responses
   // read are therefore those up to the first one that has no facts yet, found by looking: from
   // what was found kSettle ago, since an insert is one statement and is committed or gone by then.
+  static constexpr bool kKeepsFactsInAnyOrder = true;
   std::int64_t lastResponseRead() {
     const auto now = std::chrono::steady_clock::now();
     while (found_.size() > 1 && now - found_[1].first >= kSettle)
@@ -40,6 +42,33 @@ class PgBackend {
 
   PgConnection* handle() const { return connection_.get(); }
   std::int64_t changes() const { return connection_->changes(); }
+  // One statement for all the rows: each column goes to the server as an array, unnested into
+  // rows, so that the rows cost one round trip.
+  std::vector<std::string> insertRows(const SqlRows& rows, bool tellInserted = false) {
+    std::vector<std::string> inserted;
+    if (rows.empty()) return inserted;
+    std::string arrays;
+    for (std::size_t column = 0; column < rows.columns().size(); ++column) {
+      arrays += (column == 0 ? "$" : ", $") + std::to_string(column + 1) +
+                "::" + rows.columns()[column].pgType + "[]";
+    }
+    const std::string sql =
+        "INSERT INTO " + std::string(rows.table()) + " (" + rows.columnNames() +
+        ") SELECT * FROM unnest(" + arrays + ") " + rows.tail() +
+        (tellInserted ? " RETURNING " + std::string(rows.columns().front().name) : std::string());
+    PgQuery insert(connection_.get(), sql.c_str());
+    std::vector<std::optional<std::string>> values;
+    values.reserve(rows.rows().size());
+    for (std::size_t column = 0; column < rows.columns().size(); ++column) {
+      values.clear();
+      for (const auto& row : rows.rows())
+        values.push_back(row[column]);
+      insert.bind(("$" + std::to_string(column + 1)).c_str(), pgArrayLiteral(values));
+    }
+    while (insert.step())
+      inserted.push_back(insert.text(0));
+    return inserted;
+  }
   // A lock of the session, held while this process reads responses into the results, so that
   // collectors sharing the database do not all do the same work at once.
   bool beginCatchUp(bool wait) {

@@ -26,6 +26,10 @@ constexpr std::size_t kWriteAtOnce = 256;
 // Past this many queued facts the queue is dropped; the next catch-up reads those responses from
 // the response store instead, so a results store that cannot keep up costs no memory.
 constexpr std::size_t kMaxQueued = 10000;
+// A store that keeps facts in any order is given the queued facts as they are, and the response
+// store is read this often besides, for what another process stored and never kept (it was
+// killed, say).
+constexpr auto kReadStoreEvery = std::chrono::seconds(10);
 
 void keep(ResultsStore& store, const std::vector<ResponseFacts>& facts) {
   std::string error;
@@ -76,23 +80,58 @@ ResultsService::~ResultsService() {
 
 void ResultsService::keepQueuedFacts() {
   // Responses stored before this process (or while it was down) are read first.
-  bool pending = true;
+  bool first = true;
+  bool readStore = true;
+  auto lastRead = std::chrono::steady_clock::now();
   std::unique_lock lock(queueMutex_);
   while (true) {
-    if (!pending) {
+    if (!first) {
       queueChanged_.wait(lock, [this] { return stopping_ || !queued_.empty(); });
       queueChanged_.wait_for(lock, kWriteDelay,
                              [this] { return stopping_ || queued_.size() >= kWriteAtOnce; });
     }
     if (stopping_) return;
+    readStore = std::exchange(queueDropped_, false) || readStore;
     lock.unlock();
+    const auto now = std::chrono::steady_clock::now();
+    if (!store_->keepsFactsInAnyOrder() || now - lastRead >= kReadStoreEvery) readStore = true;
     try {
-      catchUp(true);
+      if (readStore) {
+        catchUp(true);
+        lastRead = now;
+      } else {
+        std::lock_guard catchingUp(catchUpMutex_);
+        keepAsTheyAre(takeQueued());
+      }
+      readStore = false;
     } catch (const std::exception& e) {
+      // What was queued is gone with the failed write; the response store has it.
       std::cerr << "vlq-survey-collector: " << e.what() << '\n';
+      readStore = true;
     }
-    pending = false;
+    first = false;
     lock.lock();
+  }
+}
+
+std::vector<ResponseFacts> ResultsService::takeQueued() {
+  std::vector<ResponseFacts> queued;
+  {
+    std::lock_guard lock(queueMutex_);
+    queued.swap(queued_);
+  }
+  // Where several threads store at once, they may announce in another order than their ids'.
+  std::sort(queued.begin(), queued.end(), [](const ResponseFacts& a, const ResponseFacts& b) {
+    return a.responseId < b.responseId;
+  });
+  return queued;
+}
+
+void ResultsService::keepAsTheyAre(std::vector<ResponseFacts> facts) {
+  for (std::size_t first = 0; first < facts.size(); first += kCatchUpBatch) {
+    const std::size_t end = std::min(facts.size(), first + kCatchUpBatch);
+    keep(*store_, std::vector<ResponseFacts>(std::make_move_iterator(facts.begin() + first),
+                                             std::make_move_iterator(facts.begin() + end)));
   }
 }
 
@@ -101,7 +140,10 @@ void ResultsService::responseStored(const StoredResponse& response) {
   std::size_t queued = 0;
   {
     std::lock_guard lock(queueMutex_);
-    if (queued_.size() >= kMaxQueued) queued_.clear();
+    if (queued_.size() >= kMaxQueued) {
+      queued_.clear();
+      queueDropped_ = true;
+    }
     queued_.push_back(std::move(facts));
     queued = queued_.size();
   }
@@ -110,20 +152,17 @@ void ResultsService::responseStored(const StoredResponse& response) {
 
 void ResultsService::catchUp(bool background) {
   std::lock_guard catchingUp(catchUpMutex_);
-  std::vector<ResponseFacts> queued;
-  {
-    std::lock_guard lock(queueMutex_);
-    queued.swap(queued_);
+  std::vector<ResponseFacts> queued = takeQueued();
+  if (!store_->beginCatchUp(!background)) {
+    // Another process is reading the response store and will find these responses too; a store
+    // that keeps facts in any order takes them now all the same.
+    if (store_->keepsFactsInAnyOrder()) keepAsTheyAre(std::move(queued));
+    return;
   }
-  if (!store_->beginCatchUp(!background)) return;
   struct Turn {
     ResultsStore& store;
     ~Turn() { store.endCatchUp(); }
   } turn{*store_};
-  // Where several threads store at once, they may announce in another order than their ids'.
-  std::sort(queued.begin(), queued.end(), [](const ResponseFacts& a, const ResponseFacts& b) {
-    return a.responseId < b.responseId;
-  });
   std::int64_t last = store_->lastResponseRead();
   std::size_t next = 0;
   while (true) {

@@ -76,6 +76,10 @@ class ResultsService {
  private:
   ResultsService(std::unique_ptr<ResultsStore> store, SurveyCatalog catalog, ResponseSource source);
   void keepQueuedFacts();
+  // The queued facts, taken from the queue, in id order.
+  std::vector<ResponseFacts> takeQueued();
+  // Keeps `facts` without reading the response store (call with catchUpMutex_ held).
+  void keepAsTheyAre(std::vector<ResponseFacts> facts);
   bool knows(const std::string& appId, const std::string& surveyId);
 
   const std::unique_ptr<ResultsStore> store_;
@@ -87,6 +91,7 @@ class ResultsService {
   std::mutex queueMutex_;
   std::condition_variable queueChanged_;
   std::vector<ResponseFacts> queued_;  // guarded by queueMutex_, in id order
+  bool queueDropped_ = false;          // guarded by queueMutex_: facts were dropped unkept
   bool stopping_ = false;              // guarded by queueMutex_
   std::thread writer_;
 };

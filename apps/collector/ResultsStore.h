@@ -85,6 +85,11 @@ class ResultsStore {
   // order, so every response up to it is kept. (On a database where concurrent writers may
   // commit ids out of order, a store must also find the responses it skipped.)
   virtual std::int64_t lastResponseRead() = 0;
+  // Whether facts may be kept in any order: true when lastResponseRead finds the first response
+  // without facts whatever was kept after it, so that each process may keep the facts of the
+  // responses it stored as they come; false when it takes the highest id kept, so that facts must
+  // be kept in id order without gaps.
+  virtual bool keepsFactsInAnyOrder() const { return false; }
   // Keeps the facts of responses read from the response store, in id order; facts already kept
   // are left as they are. False, with `error` filled, when the database refuses the write.
   virtual bool addResponseFacts(const std::vector<ResponseFacts>& facts, std::string& error) = 0;

@@ -12,7 +12,10 @@
 //                                shape);
 //   handle(), changes()          the connection, and the rows the last statement changed;
 //   transaction(error, work)     runs `work` in one transaction, false with `error` when it fails;
+//   insertRows(rows, tell)       inserts SqlRows; when `tell`, gives the first column of each row
+//                                inserted;
 //   lastResponseRead()           ResultsStore's, from the database;
+//   kKeepsFactsInAnyOrder        ResultsStore's keepsFactsInAnyOrder();
 //   beginCatchUp(wait), endCatchUp()   ResultsStore's.
 
 #include <algorithm>
@@ -25,6 +28,7 @@
 #include <vector>
 
 #include "collector/ResultsStore.h"
+#include "collector/SqlRows.h"
 
 namespace vlq::collector {
 namespace sql_results {
@@ -176,6 +180,7 @@ class SqlResultsStore final : public ResultsStore {
                                            const std::string& receivedAt, const EventBatch& batch,
                                            std::string& error) override;
   std::int64_t lastResponseRead() override;
+  bool keepsFactsInAnyOrder() const override { return Backend::kKeepsFactsInAnyOrder; }
   bool addResponseFacts(const std::vector<ResponseFacts>& facts, std::string& error) override;
   bool beginCatchUp(bool wait) override {
     std::lock_guard lock(mutex_);
@@ -272,83 +277,103 @@ bool SqlResultsStore<Backend>::addResponseFacts(const std::vector<ResponseFacts>
                                                 std::string& error) {
   std::lock_guard lock(mutex_);
   return backend_.transaction(error, [&] {
-    Query response(backend_.handle(),
-                   "INSERT INTO result_responses (response_id, app_id, survey_id, received_at,"
-                   " received_day, time_taken, session_id, device_uuid)"
-                   " VALUES ($1, $2, $3, $4, $5, $6, $7, $8) ON CONFLICT (response_id) DO NOTHING");
-    Query answered(backend_.handle(),
-                   "INSERT INTO result_answers (response_id, position, question_id, other_text,"
-                   " app_id, survey_id, received_day) VALUES ($1, $2, $3, $4, $5, $6, $7)");
-    Query value(backend_.handle(),
-                "INSERT INTO result_answer_values (response_id, position, ordinal, answer,"
-                " app_id, survey_id, received_day) VALUES ($1, $2, $3, $4, $5, $6, $7)");
+    SqlRows responses("result_responses",
+                      {{"response_id", "bigint"},
+                       {"app_id", "text"},
+                       {"survey_id", "text"},
+                       {"received_at", "text"},
+                       {"received_day", "text"},
+                       {"time_taken", "double precision"},
+                       {"session_id", "text"},
+                       {"device_uuid", "text"}},
+                      "ON CONFLICT (response_id) DO NOTHING");
+    for (const ResponseFacts& fact : facts) {
+      responses.add({sqlText(fact.responseId), fact.appId, fact.surveyId, fact.receivedAt,
+                     fact.receivedDay, sqlText(fact.timeTaken), fact.sessionId, fact.deviceUuid});
+    }
+    // A response kept already (another collector on the same database read it first) is left out
+    // of the insert, and its answers count nowhere again.
+    std::vector<std::string> inserted = backend_.insertRows(responses, true);
+    std::sort(inserted.begin(), inserted.end());
+
+    SqlRows answered("result_answers",
+                     {{"response_id", "bigint"},
+                      {"position", "integer"},
+                      {"question_id", "bigint"},
+                      {"other_text", "text"},
+                      {"app_id", "text"},
+                      {"survey_id", "text"},
+                      {"received_day", "text"}},
+                     "");
+    SqlRows values("result_answer_values",
+                   {{"response_id", "bigint"},
+                    {"position", "integer"},
+                    {"ordinal", "integer"},
+                    {"answer", "text"},
+                    {"app_id", "text"},
+                    {"survey_id", "text"},
+                    {"received_day", "text"}},
+                   "");
     // (app, survey, day, place, question id); an answer's counts add the answer.
     using QuestionKey =
         std::tuple<std::string, std::string, std::string, int, std::optional<std::int64_t>>;
     sql_results::DayCounts<QuestionKey> questionsPerDay;
     sql_results::DayCounts<std::pair<QuestionKey, std::string>> answersPerDay;
     for (const ResponseFacts& fact : facts) {
-      response.bind("$1", fact.responseId)
-          .bind("$2", fact.appId)
-          .bind("$3", fact.surveyId)
-          .bind("$4", fact.receivedAt)
-          .bind("$5", fact.receivedDay)
-          .bind("$6", fact.timeTaken)
-          .bind("$7", fact.sessionId)
-          .bind("$8", fact.deviceUuid)
-          .run();
-      // Kept already (another collector on the same file read it first), or of no survey: its
-      // answers count nowhere (again).
-      if (backend_.changes() == 0 || !fact.surveyId) continue;
+      const std::string id = *sqlText(fact.responseId);
+      if (!fact.surveyId || !std::binary_search(inserted.begin(), inserted.end(), id)) continue;
       for (const AnsweredQuestion& question : fact.answered) {
-        answered.bind("$1", fact.responseId)
-            .bind("$2", question.position)
-            .bind("$3", question.questionId)
-            .bind("$4", question.otherText)
-            .bind("$5", fact.appId)
-            .bind("$6", fact.surveyId)
-            .bind("$7", fact.receivedDay)
-            .run();
+        const auto position = sqlText(std::int64_t{question.position});
+        answered.add({id, position, sqlText(question.questionId), question.otherText, fact.appId,
+                      fact.surveyId, fact.receivedDay});
         const QuestionKey key{fact.appId, *fact.surveyId, fact.receivedDay, question.position,
                               question.questionId};
         ++questionsPerDay[key];
         for (std::size_t ordinal = 0; ordinal < question.answers.size(); ++ordinal) {
-          value.bind("$1", fact.responseId)
-              .bind("$2", question.position)
-              .bind("$3", static_cast<std::int64_t>(ordinal))
-              .bind("$4", question.answers[ordinal])
-              .bind("$5", fact.appId)
-              .bind("$6", fact.surveyId)
-              .bind("$7", fact.receivedDay)
-              .run();
+          values.add({id, position, sqlText(static_cast<std::int64_t>(ordinal)),
+                      question.answers[ordinal], fact.appId, fact.surveyId, fact.receivedDay});
           ++answersPerDay[{key, question.answers[ordinal]}];
         }
       }
     }
+    backend_.insertRows(answered);
+    backend_.insertRows(values);
+
     // A row whose question id is none never conflicts with an earlier one, so such counts may
     // take several rows; the figures add them up all the same.
-    Query questionCount(
-        backend_.handle(),
-        "INSERT INTO result_question_days (app_id, survey_id, received_day, position,"
-        " question_id, responses) VALUES ($1, $2, $3, $4, $5, $6)"
-        " ON CONFLICT (app_id, survey_id, received_day, position, question_id)"
+    SqlRows questionCounts(
+        "result_question_days",
+        {{"app_id", "text"},
+         {"survey_id", "text"},
+         {"received_day", "text"},
+         {"position", "integer"},
+         {"question_id", "bigint"},
+         {"responses", "bigint"}},
+        "ON CONFLICT (app_id, survey_id, received_day, position, question_id)"
         " DO UPDATE SET responses = result_question_days.responses + excluded.responses");
     for (const auto& [key, count] : questionsPerDay) {
       const auto& [appId, surveyId, day, position, questionId] = key;
-      questionCount.bind("$1", appId).bind("$2", surveyId).bind("$3", day);
-      questionCount.bind("$4", position).bind("$5", questionId).bind("$6", count).run();
+      questionCounts.add({appId, surveyId, day, sqlText(std::int64_t{position}),
+                          sqlText(questionId), sqlText(count)});
     }
-    Query answerCount(
-        backend_.handle(),
-        "INSERT INTO result_answer_days (app_id, survey_id, received_day, position,"
-        " question_id, answer, responses) VALUES ($1, $2, $3, $4, $5, $6, $7)"
-        " ON CONFLICT (app_id, survey_id, received_day, position, question_id, answer)"
+    backend_.insertRows(questionCounts);
+    SqlRows answerCounts(
+        "result_answer_days",
+        {{"app_id", "text"},
+         {"survey_id", "text"},
+         {"received_day", "text"},
+         {"position", "integer"},
+         {"question_id", "bigint"},
+         {"answer", "text"},
+         {"responses", "bigint"}},
+        "ON CONFLICT (app_id, survey_id, received_day, position, question_id, answer)"
         " DO UPDATE SET responses = result_answer_days.responses + excluded.responses");
     for (const auto& [key, count] : answersPerDay) {
       const auto& [appId, surveyId, day, position, questionId] = key.first;
-      answerCount.bind("$1", appId).bind("$2", surveyId).bind("$3", day).bind("$4", position);
-      answerCount.bind("$5", questionId).bind("$6", key.second).bind("$7", count).run();
+      answerCounts.add({appId, surveyId, day, sqlText(std::int64_t{position}), sqlText(questionId),
+                        key.second, sqlText(count)});
     }
+    backend_.insertRows(answerCounts);
   });
 }
 

@@ -4,6 +4,7 @@
 
 #include "collector/PrivateFile.h"
 #include "collector/SqlResultsStore.h"
+#include "collector/SqlRows.h"
 #include "collector/SqliteQuery.h"
 
 namespace vlq::collector {
@@ -24,9 +25,31 @@ class SqliteBackend {
   std::int64_t changes() const { return sqlite3_changes(db_); }
   // Ids come in order from one writer at a time, so the responses read are those up to the
   // highest id kept.
+  static constexpr bool kKeepsFactsInAnyOrder = false;
   std::int64_t lastResponseRead() {
     SqliteQuery last(db_, "SELECT MAX(response_id) FROM result_responses");
     return last.step() ? last.optionalInteger(0).value_or(0) : 0;
+  }
+  // One statement per row: SQLite runs in this process, so a statement costs no round trip.
+  std::vector<std::string> insertRows(const SqlRows& rows, bool tellInserted = false) {
+    std::vector<std::string> inserted;
+    if (rows.empty()) return inserted;
+    std::vector<std::string> parameters;
+    std::string values;
+    for (std::size_t column = 0; column < rows.columns().size(); ++column) {
+      parameters.push_back("$" + std::to_string(column + 1));
+      values += (column == 0 ? "" : ", ") + parameters.back();
+    }
+    const std::string sql = "INSERT INTO " + std::string(rows.table()) + " (" + rows.columnNames() +
+                            ") VALUES (" + values + ") " + rows.tail();
+    SqliteQuery insert(db_, sql.c_str());
+    for (const auto& row : rows.rows()) {
+      for (std::size_t column = 0; column < row.size(); ++column)
+        insert.bind(parameters[column].c_str(), row[column]);
+      insert.run();
+      if (tellInserted && sqlite3_changes(db_) > 0) inserted.push_back(row.front().value_or(""));
+    }
+    return inserted;
   }
   // One process writes the results' file at a time anyway.
   bool beginCatchUp(bool) { return true; }
