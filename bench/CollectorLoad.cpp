@@ -1,7 +1,9 @@
 // Loads collectors with concurrent clients and sets each figure against the database's own insert
 // rate for the same bodies, measured in the same run (bench/collector-load runs it):
 //
-//   collector_load --collector PATH [--bodies M] [--clients 8,32,128] [--postgresql URL]
+//   collector_load --collector PATH [--bodies M] [--clients 8,32,128] [--processes 1,3]
+//                  [--databases sqlite,postgresql] [--keys unique,repeated] [--rounds N]
+//                  [--postgresql URL]
 //
 // For SQLite (one collector on a database file), and for PostgreSQL (URL, or $VLQ_TEST_POSTGRESQL)
 // with 1 and with 3 collector processes, each with unique keys (every body its own key) and with
@@ -13,6 +15,10 @@
 // The references: on SQLite, one connection inserting the same bodies with one transaction per
 // insert, in the collector's settings (write-ahead log, full synchronisation); on PostgreSQL, C
 // connections inserting them at once, each insert committed on its own.
+//
+// With --rounds N, the reference and every configuration are measured N times, in turn, and each
+// line gives the median of the rounds (the ratio of each round is to the reference measured just
+// before it); acknowledged, stored and duplicates add up the rounds.
 //
 //   load DB reference clients=C inserts_per_s=R
 //   load DB processes=P keys=unique|repeated clients=C posts_per_s=X ratio=X/R p50_ms=A p99_ms=B
@@ -284,21 +290,50 @@ LoadResult load(const std::vector<std::unique_ptr<CollectorProcess>>& collectors
   return result;
 }
 
-std::vector<int> numbersIn(const std::string& list) {
-  std::vector<int> numbers;
+std::vector<std::string> wordsIn(const std::string& list) {
+  std::vector<std::string> words;
   std::stringstream stream(list);
   std::string item;
   while (std::getline(stream, item, ','))
-    numbers.push_back(std::stoi(item));
+    words.push_back(item);
+  return words;
+}
+
+std::vector<int> numbersIn(const std::string& list) {
+  std::vector<int> numbers;
+  for (const std::string& word : wordsIn(list))
+    numbers.push_back(std::stoi(word));
   return numbers;
 }
+
+bool has(const std::vector<std::string>& words, const std::string& word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+// One configuration's rounds: each round's figures, and its ratio to the reference measured just
+// before it, so that a machine that is slower for a while slows both alike.
+struct Rounds {
+  std::vector<double> postsPerSecond, ratio, p50, p99;
+  std::int64_t acknowledged = 0, stored = 0, duplicates = 0;
+  bool kept = true;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
   std::string collector;
   int bodies = 4000;
+  int rounds = 1;
   std::vector<int> clientCounts{8, 32, 128};
+  std::vector<int> processCounts{1, 3};
+  std::vector<std::string> databaseNames{"sqlite", "postgresql"};
+  std::vector<std::string> keyKinds{"unique", "repeated"};
   std::optional<std::string> postgres;
   if (const char* url = std::getenv("VLQ_TEST_POSTGRESQL"); url && *url) postgres = url;
   for (int at = 1; at + 1 < argc; at += 2) {
@@ -309,6 +344,14 @@ int main(int argc, char** argv) {
       bodies = std::stoi(value);
     } else if (name == "--clients") {
       clientCounts = numbersIn(value);
+    } else if (name == "--processes") {
+      processCounts = numbersIn(value);
+    } else if (name == "--databases") {
+      databaseNames = wordsIn(value);
+    } else if (name == "--keys") {
+      keyKinds = wordsIn(value);
+    } else if (name == "--rounds") {
+      rounds = std::stoi(value);
     } else if (name == "--postgresql") {
       postgres = value;
     } else {
@@ -316,51 +359,75 @@ int main(int argc, char** argv) {
       return 2;
     }
   }
-  if (collector.empty() || bodies < 2) {
+  if (collector.empty() || bodies < 2 || rounds < 1) {
     std::fprintf(stderr,
                  "usage: collector_load --collector PATH [--bodies M] [--clients 8,32]"
-                 " [--postgresql URL]\n");
+                 " [--processes 1,3] [--databases sqlite,postgresql] [--keys unique,repeated]"
+                 " [--rounds N] [--postgresql URL]\n");
     return 2;
   }
   signal(SIGPIPE, SIG_IGN);
   bool allKept = true;
   int run = 0;
   try {
-    std::vector<std::optional<std::string>> databases{std::nullopt};
-    if (postgres) databases.push_back(postgres);
+    std::vector<std::optional<std::string>> databases;
+    if (has(databaseNames, "sqlite")) databases.push_back(std::nullopt);
+    if (postgres && has(databaseNames, "postgresql")) databases.push_back(postgres);
     for (const auto& database : databases) {
       const char* name = database ? "postgresql" : "sqlite";
-      const double sqliteRate = database ? 0 : sqliteReferenceRate(bodies);
-      if (!database)
-        std::printf("load sqlite reference clients=1 inserts_per_s=%.0f\n", sqliteRate);
       for (const int clients : clientCounts) {
-        const double reference =
-            database ? postgresReferenceRate(*database, clients, bodies) : sqliteRate;
-        if (database) {
-          std::printf("load postgresql reference clients=%d inserts_per_s=%.0f\n", clients,
-                      reference);
-        }
-        for (const int processes : database ? std::vector<int>{1, 3} : std::vector<int>{1}) {
+        struct Configuration {
+          int processes;
+          bool repeated;
+          Rounds rounds;
+        };
+        std::vector<Configuration> configurations;
+        for (const int processes : database ? processCounts : std::vector<int>{1}) {
           for (const bool repeated : {false, true}) {
-            const RunDatabase store(database, ++run);
-            std::vector<std::unique_ptr<CollectorProcess>> collectors;
-            for (int made = 0; made < processes; ++made)
-              collectors.push_back(std::make_unique<CollectorProcess>(collector, store.location()));
-            const LoadResult result = load(collectors, clients, bodies, repeated);
-            collectors.clear();
-            const auto [stored, duplicates] = store.storedAndDuplicates();
-            const bool kept = stored == result.acknowledged && duplicates == 0;
-            allKept = allKept && kept && result.failed == 0;
-            std::printf(
-                "load %s processes=%d keys=%s clients=%d posts_per_s=%.0f ratio=%.2f p50_ms=%.1f"
-                " p99_ms=%.1f acknowledged=%lld stored=%lld duplicates=%lld%s\n",
-                name, processes, repeated ? "repeated" : "unique", clients, result.postsPerSecond,
-                result.postsPerSecond / reference, result.p50, result.p99,
-                static_cast<long long>(result.acknowledged), static_cast<long long>(stored),
-                static_cast<long long>(duplicates), kept ? "" : " LOST-OR-DUPLICATED");
-            std::fflush(stdout);
+            if (has(keyKinds, repeated ? "repeated" : "unique"))
+              configurations.push_back({processes, repeated, {}});
           }
         }
+        std::vector<double> references;
+        for (int round = 0; round < rounds; ++round) {
+          const double reference = database ? postgresReferenceRate(*database, clients, bodies)
+                                            : sqliteReferenceRate(bodies);
+          references.push_back(reference);
+          for (Configuration& configuration : configurations) {
+            const RunDatabase store(database, ++run);
+            std::vector<std::unique_ptr<CollectorProcess>> collectors;
+            for (int made = 0; made < configuration.processes; ++made)
+              collectors.push_back(std::make_unique<CollectorProcess>(collector, store.location()));
+            const LoadResult result = load(collectors, clients, bodies, configuration.repeated);
+            collectors.clear();
+            const auto [stored, duplicates] = store.storedAndDuplicates();
+            Rounds& figures = configuration.rounds;
+            figures.postsPerSecond.push_back(result.postsPerSecond);
+            figures.ratio.push_back(result.postsPerSecond / reference);
+            figures.p50.push_back(result.p50);
+            figures.p99.push_back(result.p99);
+            figures.acknowledged += result.acknowledged;
+            figures.stored += stored;
+            figures.duplicates += duplicates;
+            figures.kept = figures.kept && stored == result.acknowledged && duplicates == 0 &&
+                           result.failed == 0;
+          }
+        }
+        std::printf("load %s reference clients=%d inserts_per_s=%.0f\n", name,
+                    database ? clients : 1, median(references));
+        for (const Configuration& configuration : configurations) {
+          const Rounds& figures = configuration.rounds;
+          allKept = allKept && figures.kept;
+          std::printf(
+              "load %s processes=%d keys=%s clients=%d posts_per_s=%.0f ratio=%.2f p50_ms=%.1f"
+              " p99_ms=%.1f acknowledged=%lld stored=%lld duplicates=%lld%s\n",
+              name, configuration.processes, configuration.repeated ? "repeated" : "unique",
+              clients, median(figures.postsPerSecond), median(figures.ratio), median(figures.p50),
+              median(figures.p99), static_cast<long long>(figures.acknowledged),
+              static_cast<long long>(figures.stored), static_cast<long long>(figures.duplicates),
+              figures.kept ? "" : " LOST-OR-DUPLICATED");
+        }
+        std::fflush(stdout);
       }
     }
   } catch (const std::exception& e) {
