@@ -20,6 +20,7 @@ class PgBackend {
   // are not committed in order, and ids taken by a refused insert are never used. The responses
   // read are therefore those up to the first one that has no facts yet, found by looking: from
   // what was found kSettle ago, since an insert is one statement and is committed or gone by then.
+  // Facts kept after the first gap do not hide it, so each process may keep its own as they come.
   static constexpr bool kKeepsFactsInAnyOrder = true;
   std::int64_t lastResponseRead() {
     const auto now = std::chrono::steady_clock::now();

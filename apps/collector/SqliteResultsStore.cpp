@@ -24,7 +24,7 @@ class SqliteBackend {
   sqlite3* handle() const { return db_; }
   std::int64_t changes() const { return sqlite3_changes(db_); }
   // Ids come in order from one writer at a time, so the responses read are those up to the
-  // highest id kept.
+  // highest id kept; facts are therefore kept in id order, without gaps.
   static constexpr bool kKeepsFactsInAnyOrder = false;
   std::int64_t lastResponseRead() {
     SqliteQuery last(db_, "SELECT MAX(response_id) FROM result_responses");
