@@ -86,9 +86,12 @@ void ResultsService::keepQueuedFacts() {
   std::unique_lock lock(queueMutex_);
   while (true) {
     if (!first) {
-      queueChanged_.wait(lock, [this] { return stopping_ || !queued_.empty(); });
-      queueChanged_.wait_for(lock, kWriteDelay,
-                             [this] { return stopping_ || queued_.size() >= kWriteAtOnce; });
+      // Idle, the writer still wakes to read the response store now and then.
+      if (queueChanged_.wait_for(lock, kReadStoreEvery,
+                                 [this] { return stopping_ || !queued_.empty(); })) {
+        queueChanged_.wait_for(lock, kWriteDelay,
+                               [this] { return stopping_ || queued_.size() >= kWriteAtOnce; });
+      }
     }
     if (stopping_) return;
     readStore = std::exchange(queueDropped_, false) || readStore;

@@ -9,7 +9,8 @@
 // that a post waits for no write beyond its own. Whatever was stored while no service was
 // running, or was still queued when a process ended, is read from the response store the next
 // time: every read of results first brings the facts up to date, so results always count every
-// response stored before the request. Thread-safe.
+// response stored before the request, and where several processes share a store, the thread
+// also reads the response store every ten seconds, busy or idle. Thread-safe.
 
 #include <condition_variable>
 #include <cstdint>
