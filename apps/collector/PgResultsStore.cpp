@@ -106,7 +106,11 @@ class PgBackend {
 
 std::unique_ptr<ResultsStore> openPgResultsStore(const std::string& url, std::string& error) {
   auto connection = PgConnection::open(url, error);
-  if (!connection || !createPgTables(connection.get(), sql_results::kResultsSchema, error)) {
+  const std::string schema = std::string("DO $$ BEGIN IF to_regclass('") +
+                             sql_results::kEarlierLayoutTable + "') IS NOT NULL THEN " +
+                             sql_results::kDropEarlierFacts + " END IF; END $$;" +
+                             sql_results::kResultsSchema;
+  if (!connection || !createPgTables(connection.get(), schema.c_str(), error)) {
     return nullptr;
   }
   return std::make_unique<SqlResultsStore<PgBackend>>(PgBackend(std::move(connection)));

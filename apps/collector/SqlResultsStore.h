@@ -27,15 +27,17 @@
 #include <utility>
 #include <vector>
 
+#include "collector/AnswersText.h"
 #include "collector/ResultsStore.h"
 #include "collector/SqlRows.h"
 
 namespace vlq::collector {
 namespace sql_results {
 
-// The events and the facts of the responses as they came, for the CSV and the Other texts, and
-// their counts per day, which the figures add up: a survey's results cost a pass over its days,
-// not over its responses.
+// The events, and the facts of the responses as they came: one row per response, whose answered
+// questions are one column (AnswersText.h) read back for the CSV, and the Other texts apart, for
+// the figures. Both are counted per day, and the figures add up the counts: a survey's results
+// cost a pass over its days, not over its responses.
 inline constexpr const char* kResultsSchema = R"SQL(
 CREATE TABLE IF NOT EXISTS survey_event_batches (
   app_id TEXT NOT NULL,
@@ -69,31 +71,20 @@ CREATE TABLE IF NOT EXISTS result_responses (
   received_day TEXT NOT NULL,
   time_taken DOUBLE PRECISION,
   session_id TEXT,
-  device_uuid TEXT);
+  device_uuid TEXT,
+  answers TEXT NOT NULL);
 CREATE INDEX IF NOT EXISTS result_responses_by_survey
   ON result_responses (app_id, survey_id, received_day, time_taken);
-CREATE TABLE IF NOT EXISTS result_answers (
+CREATE TABLE IF NOT EXISTS result_other_texts (
   response_id BIGINT NOT NULL,
   position INTEGER NOT NULL,
   question_id BIGINT,
-  other_text TEXT,
+  other_text TEXT NOT NULL,
   app_id TEXT NOT NULL,
   survey_id TEXT NOT NULL,
   received_day TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS result_answers_by_response
-  ON result_answers (app_id, survey_id, response_id, position);
-CREATE INDEX IF NOT EXISTS result_answers_other_texts
-  ON result_answers (app_id, survey_id, response_id, received_day) WHERE other_text IS NOT NULL;
-CREATE TABLE IF NOT EXISTS result_answer_values (
-  response_id BIGINT NOT NULL,
-  position INTEGER NOT NULL,
-  ordinal INTEGER NOT NULL,
-  answer TEXT NOT NULL,
-  app_id TEXT NOT NULL,
-  survey_id TEXT NOT NULL,
-  received_day TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS result_answer_values_by_response
-  ON result_answer_values (app_id, survey_id, response_id, position, ordinal);
+CREATE INDEX IF NOT EXISTS result_other_texts_by_survey
+  ON result_other_texts (app_id, survey_id, response_id);
 CREATE TABLE IF NOT EXISTS result_question_days (
   app_id TEXT NOT NULL,
   survey_id TEXT NOT NULL,
@@ -112,6 +103,16 @@ CREATE TABLE IF NOT EXISTS result_answer_days (
   responses BIGINT NOT NULL,
   UNIQUE (app_id, survey_id, received_day, position, question_id, answer));
 )SQL";
+
+// The facts' earlier layout kept every answer in rows of its own, in tables that only it had.
+// Facts are derived from the responses, so a database that still has that layout drops every
+// table of facts, and the responses are read into the new ones again; the events, kept nowhere
+// else, stay.
+inline constexpr const char* kEarlierLayoutTable = "result_answer_values";
+inline constexpr const char* kDropEarlierFacts =
+    "DROP TABLE IF EXISTS result_answer_values; DROP TABLE IF EXISTS result_answers;"
+    " DROP TABLE IF EXISTS result_responses; DROP TABLE IF EXISTS result_question_days;"
+    " DROP TABLE IF EXISTS result_answer_days; DROP TABLE IF EXISTS result_other_texts;";
 
 // The filter shared by every read of one survey: $1 app, $2 survey, $3 and $4 the first and the
 // last day.
@@ -285,35 +286,28 @@ bool SqlResultsStore<Backend>::addResponseFacts(const std::vector<ResponseFacts>
                        {"received_day", "text"},
                        {"time_taken", "double precision"},
                        {"session_id", "text"},
-                       {"device_uuid", "text"}},
+                       {"device_uuid", "text"},
+                       {"answers", "text"}},
                       "ON CONFLICT (response_id) DO NOTHING");
     for (const ResponseFacts& fact : facts) {
       responses.add({sqlText(fact.responseId), fact.appId, fact.surveyId, fact.receivedAt,
-                     fact.receivedDay, sqlText(fact.timeTaken), fact.sessionId, fact.deviceUuid});
+                     fact.receivedDay, sqlText(fact.timeTaken), fact.sessionId, fact.deviceUuid,
+                     answersText(fact.answered)});
     }
     // A response kept already (another collector on the same database read it first) is left out
-    // of the insert, and its answers count nowhere again.
+    // of the rest, and its answers count nowhere again.
     std::vector<std::string> inserted = backend_.insertRows(responses, true);
     std::sort(inserted.begin(), inserted.end());
 
-    SqlRows answered("result_answers",
-                     {{"response_id", "bigint"},
-                      {"position", "integer"},
-                      {"question_id", "bigint"},
-                      {"other_text", "text"},
-                      {"app_id", "text"},
-                      {"survey_id", "text"},
-                      {"received_day", "text"}},
-                     "");
-    SqlRows values("result_answer_values",
-                   {{"response_id", "bigint"},
-                    {"position", "integer"},
-                    {"ordinal", "integer"},
-                    {"answer", "text"},
-                    {"app_id", "text"},
-                    {"survey_id", "text"},
-                    {"received_day", "text"}},
-                   "");
+    SqlRows otherTexts("result_other_texts",
+                       {{"response_id", "bigint"},
+                        {"position", "integer"},
+                        {"question_id", "bigint"},
+                        {"other_text", "text"},
+                        {"app_id", "text"},
+                        {"survey_id", "text"},
+                        {"received_day", "text"}},
+                       "");
     // (app, survey, day, place, question id); an answer's counts add the answer.
     using QuestionKey =
         std::tuple<std::string, std::string, std::string, int, std::optional<std::int64_t>>;
@@ -323,21 +317,19 @@ bool SqlResultsStore<Backend>::addResponseFacts(const std::vector<ResponseFacts>
       const std::string id = *sqlText(fact.responseId);
       if (!fact.surveyId || !std::binary_search(inserted.begin(), inserted.end(), id)) continue;
       for (const AnsweredQuestion& question : fact.answered) {
-        const auto position = sqlText(std::int64_t{question.position});
-        answered.add({id, position, sqlText(question.questionId), question.otherText, fact.appId,
-                      fact.surveyId, fact.receivedDay});
+        if (question.otherText) {
+          otherTexts.add({id, sqlText(std::int64_t{question.position}),
+                          sqlText(question.questionId), question.otherText, fact.appId,
+                          fact.surveyId, fact.receivedDay});
+        }
         const QuestionKey key{fact.appId, *fact.surveyId, fact.receivedDay, question.position,
                               question.questionId};
         ++questionsPerDay[key];
-        for (std::size_t ordinal = 0; ordinal < question.answers.size(); ++ordinal) {
-          values.add({id, position, sqlText(static_cast<std::int64_t>(ordinal)),
-                      question.answers[ordinal], fact.appId, fact.surveyId, fact.receivedDay});
-          ++answersPerDay[{key, question.answers[ordinal]}];
-        }
+        for (const std::string& answer : question.answers)
+          ++answersPerDay[{key, answer}];
       }
     }
-    backend_.insertRows(answered);
-    backend_.insertRows(values);
+    backend_.insertRows(otherTexts);
 
     // A row whose question id is none never conflicts with an earlier one, so such counts may
     // take several rows; the figures add them up all the same.
@@ -417,8 +409,8 @@ SurveyTallies SqlResultsStore<Backend>::tallies(const std::string& appId,
   }
   Query others(
       backend_.handle(),
-      "SELECT position, question_id, other_text FROM result_answers" VLQ_RESPONSES_OF_SURVEY
-      " AND other_text IS NOT NULL ORDER BY response_id DESC");
+      "SELECT position, question_id, other_text FROM result_other_texts" VLQ_RESPONSES_OF_SURVEY
+      " ORDER BY response_id DESC");
   sql_results::bindSurvey(others, appId, surveyId, days);
   while (others.step()) {
     tallies.otherTexts.push_back(
@@ -432,24 +424,11 @@ void SqlResultsStore<Backend>::forEachResponse(
     const std::string& appId, const std::string& surveyId, const DayRange& days,
     const std::function<void(const ResponseFacts&)>& visit) {
   std::lock_guard lock(mutex_);
-  // Three ordered passes read side by side: the responses, their answered questions and the
-  // answers, each by response id.
   Query responses(backend_.handle(),
                   "SELECT response_id, received_at, received_day, time_taken, session_id,"
-                  " device_uuid FROM result_responses" VLQ_RESPONSES_OF_SURVEY
+                  " device_uuid, answers FROM result_responses" VLQ_RESPONSES_OF_SURVEY
                   " ORDER BY response_id");
-  Query questions(backend_.handle(),
-                  "SELECT response_id, position, question_id, other_text FROM "
-                  "result_answers" VLQ_RESPONSES_OF_SURVEY " ORDER BY response_id, position");
-  Query values(
-      backend_.handle(),
-      "SELECT response_id, position, answer FROM result_answer_values" VLQ_RESPONSES_OF_SURVEY
-      " ORDER BY response_id, position, ordinal");
   sql_results::bindSurvey(responses, appId, surveyId, days);
-  sql_results::bindSurvey(questions, appId, surveyId, days);
-  sql_results::bindSurvey(values, appId, surveyId, days);
-  bool moreQuestions = questions.step();
-  bool moreValues = values.step();
   while (responses.step()) {
     ResponseFacts facts;
     facts.responseId = responses.integer(0);
@@ -460,25 +439,7 @@ void SqlResultsStore<Backend>::forEachResponse(
     facts.timeTaken = responses.optionalReal(3);
     facts.sessionId = responses.optionalText(4);
     facts.deviceUuid = responses.optionalText(5);
-    while (moreQuestions && questions.integer(0) <= facts.responseId) {
-      if (questions.integer(0) == facts.responseId) {
-        AnsweredQuestion question;
-        question.position = static_cast<int>(questions.integer(1));
-        question.questionId = questions.optionalInteger(2);
-        question.otherText = questions.optionalText(3);
-        facts.answered.push_back(std::move(question));
-      }
-      moreQuestions = questions.step();
-    }
-    for (AnsweredQuestion& question : facts.answered) {
-      while (moreValues && std::make_pair(values.integer(0), static_cast<int>(values.integer(1))) <=
-                               std::make_pair(facts.responseId, question.position)) {
-        if (values.integer(0) == facts.responseId && values.integer(1) == question.position) {
-          question.answers.push_back(values.text(2));
-        }
-        moreValues = values.step();
-      }
-    }
+    facts.answered = answeredFromText(responses.text(6));
     visit(facts);
   }
 }

@@ -80,9 +80,23 @@ std::unique_ptr<ResultsStore> openSqliteResultsStore(const std::string& path, st
   try {
     // Events are kept here and nowhere else: each batch is on disk before it is answered.
     executeSql(db, "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
-    executeSql(db, sql_results::kResultsSchema);
   } catch (const std::exception& e) {
     error = "cannot use database " + name + " for results: " + e.what();
+    sqlite3_close(db);
+    return nullptr;
+  }
+  std::string failure;
+  const bool made = inSqliteTransaction(db, failure, [db] {
+    bool earlierLayout = false;
+    {
+      SqliteQuery earlier(db, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = $1");
+      earlierLayout = earlier.bind("$1", sql_results::kEarlierLayoutTable).step();
+    }  // a table is dropped only when no statement reads the database
+    if (earlierLayout) executeSql(db, sql_results::kDropEarlierFacts);
+    executeSql(db, sql_results::kResultsSchema);
+  });
+  if (!made) {
+    error = "cannot use database " + name + " for results: " + failure;
     sqlite3_close(db);
     return nullptr;
   }

@@ -142,6 +142,23 @@ TEST_F(ResultsTest, EveryFigureOfASurveyFromKnownBodiesAndEvents) {
   EXPECT_EQ(empty["questions"][2]["rating"]["average"], nullptr);
 }
 
+TEST_F(ResultsTest, ADatabaseWithTheEarlierLayoutOfFactsReadsItsResponsesAgainAndKeepsItsEvents) {
+  storeResponses();
+  start(kDocument);
+  postFunnelEvents();
+  const Json counted = getJson("/v2/api/results?appId=app&survey=s1");
+  const std::string csv = get("/v2/api/results.csv?appId=app&survey=s1")->body;
+  stop();
+  // What an earlier version leaves: a table of answers of its own, and counts this one must not
+  // add to.
+  database.executeOnResults(
+      "CREATE TABLE result_answer_values (response_id BIGINT);"
+      " UPDATE result_answer_days SET responses = responses + 100");
+  start(kDocument);
+  EXPECT_EQ(getJson("/v2/api/results?appId=app&survey=s1"), counted);
+  EXPECT_EQ(get("/v2/api/results.csv?appId=app&survey=s1")->body, csv);
+}
+
 TEST_F(ResultsTest, DatesFilterResponsesByArrivalAndEventsByWhenTheyHappenedBothEndsIncluded) {
   storeResponses();
   start(kDocument);

@@ -81,6 +81,21 @@ void TestDatabase::insertResponse(const std::string& appId, const std::string& r
   sqlite3_close(db);
 }
 
+void TestDatabase::executeOnResults(const std::string& sql) {
+  if (postgres_) {
+    executePg(postgres_.get(), sql.c_str());
+    return;
+  }
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(resultsDatabasePath(path_.string()).c_str(), &db), SQLITE_OK);
+  try {
+    executeSql(db, sql.c_str());
+  } catch (const std::exception& e) {
+    ADD_FAILURE() << e.what();
+  }
+  sqlite3_close(db);
+}
+
 void TestDatabase::removeFiles() const {
   for (const char* suffix : {"", "-wal", "-shm"}) {
     std::filesystem::remove(path_.string() + suffix);

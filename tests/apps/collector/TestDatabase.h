@@ -37,6 +37,8 @@ class TestDatabase {
   // responses' table must exist (a collector opened the database once).
   void insertResponse(const std::string& appId, const std::string& receivedAt,
                       const std::string& bodyText);
+  // Runs `sql` on the database that holds the results (on SQLite, the results' file).
+  void executeOnResults(const std::string& sql);
 
  private:
   void removeFiles() const;
