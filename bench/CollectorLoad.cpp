@@ -28,7 +28,6 @@
 // arguments or a collector that does not start.
 
 #include <fcntl.h>
-#include <httplib.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -48,6 +47,7 @@
 #include <thread>
 #include <vector>
 
+#include "RawHttp.h"
 #include "collector/PgConnection.h"
 #include "collector/SqliteQuery.h"
 
@@ -246,6 +246,45 @@ struct LoadResult {
   std::int64_t failed = 0;
 };
 
+// A client's keep-alive connection to one collector, opened again when the collector closes it.
+// Requests are written as bytes and answers read by their Content-Length: the load's clients share
+// the machine's cores with the collectors and the database, and should cost no more than the
+// reference's clients do.
+class Poster {
+ public:
+  explicit Poster(const std::string& url) : port_(std::stoi(url.substr(url.rfind(':') + 1))) {}
+
+  // Posts `body` under `key`; true when it is answered 200.
+  bool post(const std::string& body, const std::string& key) {
+    request_ =
+        "POST /v2/api/survey-response?appId=bench HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+        "Content-Type: application/json\r\nIdempotency-Key: ";
+    request_ += key;
+    request_ += "\r\nContent-Length: ";
+    request_ += std::to_string(body.size());
+    request_ += "\r\n\r\n";
+    request_ += body;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      if (!connection_ || !connection_->connected()) {
+        connection_ = std::make_unique<vlq::collector::RawConnection>(port_);
+      }
+      if (connection_->send(request_)) {
+        if (auto answer = connection_->readAnswer(std::chrono::seconds(60))) {
+          if (answer->field("Connection") == "close") connection_.reset();
+          return answer->status == 200;
+        }
+      }
+      connection_.reset();  // closed under the request: it is sent once more, on a new one
+    }
+    return false;
+  }
+
+ private:
+  int port_;
+  std::string request_;
+  std::unique_ptr<vlq::collector::RawConnection> connection_;
+};
+
 // `bodies` posts from `clients` clients to `collectors`; with repeated keys, each key twice.
 LoadResult load(const std::vector<std::unique_ptr<CollectorProcess>>& collectors, int clients,
                 int bodies, bool repeated) {
@@ -254,26 +293,19 @@ LoadResult load(const std::vector<std::unique_ptr<CollectorProcess>>& collectors
   const int keys = repeated ? bodies / 2 : bodies;
   const double seconds = timedInParallel(clients, keys, [&](int client, int first, int end) {
     const auto count = static_cast<int>(collectors.size());
-    httplib::Client home(collectors[static_cast<std::size_t>(client % count)]->url());
-    httplib::Client next(collectors[static_cast<std::size_t>((client + 1) % count)]->url());
-    home.set_keep_alive(true);
-    home.set_tcp_nodelay(true);
-    next.set_tcp_nodelay(true);
-    next.set_keep_alive(true);
-    home.set_read_timeout(60, 0);
-    next.set_read_timeout(60, 0);
+    Poster home(collectors[static_cast<std::size_t>(client % count)]->url());
+    Poster next(collectors[static_cast<std::size_t>((client + 1) % count)]->url());
     auto& mine = latencies[static_cast<std::size_t>(client)];
     for (int number = first; number < end; ++number) {
       const std::string body = bodyOf(number);
-      const httplib::Headers headers{{"Idempotency-Key", "key-" + std::to_string(number)}};
+      const std::string key = "key-" + std::to_string(number);
       bool stored = true;
       for (int attempt = 0; attempt < (repeated ? 2 : 1); ++attempt) {
-        httplib::Client& client = attempt == 0 ? home : next;
+        Poster& poster = attempt == 0 ? home : next;
         const auto sent = Clock::now();
-        const auto answer =
-            client.Post("/v2/api/survey-response?appId=bench", headers, body, "application/json");
+        const bool answered = poster.post(body, key);
         mine.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
-        stored = stored && answer && answer->status == 200;
+        stored = stored && answered;
       }
       (stored ? acknowledged : failed)++;
     }

@@ -7,14 +7,29 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <regex>
+#include <algorithm>
+#include <cctype>
 
 namespace vlq::collector {
 
 std::string RawAnswer::field(std::string_view name) const {
-  const std::regex pattern("\r\n" + std::string(name) + ": ([^\r]*)", std::regex::icase);
-  std::smatch match;
-  return std::regex_search(head, match, pattern) ? match[1].str() : std::string();
+  // Each line after the status line, "Name: value\r\n", the name matched in any case.
+  for (std::size_t line = head.find("\r\n"); line != std::string::npos;
+       line = head.find("\r\n", line + 2)) {
+    const std::size_t start = line + 2;
+    if (head.size() < start + name.size() + 2 || head.compare(start + name.size(), 2, ": ") != 0) {
+      continue;
+    }
+    const bool named =
+        std::equal(name.begin(), name.end(), head.begin() + start, [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) ==
+                 std::tolower(static_cast<unsigned char>(b));
+        });
+    if (!named) continue;
+    const std::size_t value = start + name.size() + 2;
+    return head.substr(value, head.find("\r\n", value) - value);
+  }
+  return {};
 }
 
 RawConnection::RawConnection(int port) {
