@@ -43,7 +43,9 @@ struct CollectorServer::Impl {
         router(AccessPolicy(options.appKeys, options.readToken), options.limits.maxBodyBytes) {
     using Request = const RoutedRequest&;
     const bool secure = !options.tlsCertificateFile.empty();
-    router.addPost(kPostPath, [this](Request request) { return receive(request); });
+    router.addNonBlockingPost(kPostPath, [this](Request request, Answered answered) {
+      receive(request, std::move(answered));
+    });
     router.addRead(kListPath, ReadAccess::token, [this](Request request) { return list(request); });
     router.addRead(kConfigPath, ReadAccess::open, [this](Request) { return configuration(); });
     router.addPost(kEventsPath,
@@ -80,7 +82,8 @@ struct CollectorServer::Impl {
 
   bool takeFailure();
   void observe(const StoredResponse& stored);
-  CollectorAnswer receive(const RoutedRequest& request);
+  // Hands the body to the store and answers once it is committed, without waiting for it.
+  void receive(const RoutedRequest& request, Answered answered);
   CollectorAnswer list(const RoutedRequest& request) const;
   CollectorAnswer configuration() const;
 };
@@ -105,32 +108,34 @@ void CollectorServer::Impl::observe(const StoredResponse& stored) {
   }
 }
 
-CollectorAnswer CollectorServer::Impl::receive(const RoutedRequest& routed) {
-  if (takeFailure()) return errorAnswer(500, "the collector fails this post on purpose");
+void CollectorServer::Impl::receive(const RoutedRequest& routed, Answered answered) {
+  if (takeFailure()) return answered(errorAnswer(500, "the collector fails this post on purpose"));
   const CollectorRequest& request = routed.request;
   std::string problem;
   const auto key = idempotencyKeyOf(request.headers, problem);
-  if (!key) return errorAnswer(400, problem);
-  if (!isJsonObject(request.body)) return errorAnswer(400, "the body is not a JSON object");
+  if (!key) return answered(errorAnswer(400, problem));
+  if (!isJsonObject(request.body))
+    return answered(errorAnswer(400, "the body is not a JSON object"));
 
   IncomingResponse incoming;
   incoming.appId = routed.appId;
   incoming.receivedAt = utcTimestamp(std::chrono::system_clock::now());
   incoming.url = request.target;
   incoming.status = status.load();
-  incoming.bodyText = request.body;
+  incoming.bodyText = request.body;  // the request stays until it is answered
   incoming.idempotencyKey = *key;
-  const StoreResult result = store->store(incoming);
-  switch (result.outcome) {
-    case StoreResult::Outcome::stored:
-    case StoreResult::Outcome::repeated:
-      return jsonAnswer(result.status, Json{{"id", result.id}});
-    case StoreResult::Outcome::conflict:
-      return errorAnswer(409, "this Idempotency-Key was used for another body");
-    case StoreResult::Outcome::failed:
-      break;
-  }
-  return errorAnswer(500, "cannot store the body: " + result.error);
+  store->storeThen(incoming, [answered = std::move(answered)](StoreResult result) {
+    switch (result.outcome) {
+      case StoreResult::Outcome::stored:
+      case StoreResult::Outcome::repeated:
+        return answered(jsonAnswer(result.status, Json{{"id", result.id}}));
+      case StoreResult::Outcome::conflict:
+        return answered(errorAnswer(409, "this Idempotency-Key was used for another body"));
+      case StoreResult::Outcome::failed:
+        break;
+    }
+    answered(errorAnswer(500, "cannot store the body: " + result.error));
+  });
 }
 
 CollectorAnswer CollectorServer::Impl::list(const RoutedRequest& routed) const {

@@ -1,24 +1,25 @@
 #pragma once
 
-// Posts that arrive together are committed together: the first thread to find no commit under
-// way takes every body waiting and commits them at once, while the threads that come meanwhile
-// queue for the next commit. Under load a database does one commit for many bodies instead of
-// one each; alone, a body waits for nothing.
+// Posts that arrive together are committed together: a thread of the group's own takes every body
+// waiting and commits them at once, while the bodies that come meanwhile queue for the next
+// commit. Under load a database does one commit for many bodies instead of one each; alone, a body
+// waits for nothing.
 //
-// Each waiting thread sleeps on a condition of its own and is woken when its body's commit is
-// done, or when it is first in the queue and may commit for those queued behind it. Under load many
-// threads wait at once, and waking them all at every commit would cost more than the commits.
+// Nobody waits in the queue: a body is handed over with what to do once it is committed, and the
+// thread that handed it over goes on. Under load the committing thread finds the next batch
+// waiting and the threads that answer clients are never put to sleep and woken for a commit.
 
 #include <condition_variable>
-#include <exception>
+#include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "collector/ResponseStore.h"
 
 namespace vlq::collector {
 
-// A body waiting for a commit, and what became of it.
+// A body in the batch being committed, and what became of it.
 struct PendingResponse {
   const IncomingResponse* response = nullptr;
   StoreResult result;
@@ -26,64 +27,36 @@ struct PendingResponse {
 
 class CommitGroup {
  public:
-  // Stores `response` in a batch with whatever else is waiting: `commit` is given the batch and
-  // fills in each result; it runs on one of the waiting threads, one batch at a time. Should it
-  // throw, the batch's bodies fail, the queue goes on, and the exception reaches the thread that
-  // ran it.
-  template <typename Commit>
-  StoreResult store(const IncomingResponse& response, Commit&& commit) {
-    Waiting mine;
-    mine.pending.response = &response;
-    std::unique_lock lock(mutex_);
-    queue_.push_back(&mine);
-    // A waiter is woken when its body is committed, or when it is first in the queue and a
-    // commit has ended; by then another thread may have taken the turn, and its body with it.
-    mine.woken.wait(lock, [this, &mine] { return mine.done || (!mine.taken && !committing_); });
-    if (mine.done) return std::move(mine.pending.result);
-    committing_ = true;
-    std::vector<Waiting*> batch;
-    batch.swap(queue_);
-    for (Waiting* each : batch)
-      each->taken = true;
-    lock.unlock();
-    std::exception_ptr failure;
-    try {
-      std::vector<PendingResponse*> pending;
-      pending.reserve(batch.size());
-      for (Waiting* each : batch)
-        pending.push_back(&each->pending);
-      commit(pending);
-    } catch (...) {
-      failure = std::current_exception();
-      for (Waiting* each : batch) {
-        each->pending.result = StoreResult{};
-        each->pending.result.error = "the commit was interrupted";
-      }
-    }
-    lock.lock();
-    // Notified under the lock: a waiter that is done leaves, and its condition with it.
-    for (Waiting* each : batch) {
-      each->done = true;
-      if (each != &mine) each->woken.notify_one();
-    }
-    committing_ = false;
-    if (!queue_.empty()) queue_.front()->woken.notify_one();
-    lock.unlock();
-    if (failure) std::rethrow_exception(failure);
-    return std::move(mine.pending.result);
-  }
+  // Commits a batch: fills in each body's result. Should it throw, the batch's bodies fail and
+  // the group goes on with the next.
+  using Commit = std::function<void(const std::vector<PendingResponse*>& batch)>;
+
+  explicit CommitGroup(Commit commit);
+  ~CommitGroup() { stop(); }
+  // Commits what is queued and stops; whoever owns what the commits use stops the group before
+  // letting go of it. Nothing may be stored afterwards.
+  void stop();
+  CommitGroup(const CommitGroup&) = delete;
+  CommitGroup& operator=(const CommitGroup&) = delete;
+
+  // Queues `response` for the next commit; `done` is called with its result on the group's
+  // thread, once its batch is committed. The body's text stays valid until then.
+  void store(IncomingResponse response, std::function<void(StoreResult)> done);
 
  private:
-  struct Waiting {
-    PendingResponse pending;
-    std::condition_variable woken;
-    bool taken = false;  // guarded by mutex_: in a batch being committed
-    bool done = false;   // guarded by mutex_: committed, `pending.result` filled in
+  struct Queued {
+    IncomingResponse response;
+    std::function<void(StoreResult)> done;
   };
 
+  void commitQueued();
+
+  Commit commit_;
   std::mutex mutex_;
-  std::vector<Waiting*> queue_;  // guarded by mutex_
-  bool committing_ = false;      // guarded by mutex_
+  std::condition_variable queueChanged_;
+  std::vector<Queued> queue_;  // guarded by mutex_
+  bool stopping_ = false;      // guarded by mutex_
+  std::thread committer_;
 };
 
 }  // namespace vlq::collector

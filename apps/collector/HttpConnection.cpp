@@ -37,6 +37,8 @@ constexpr std::chrono::milliseconds kLingerTime{2000};
 constexpr std::size_t kLingerBytes = 1024 * 1024;
 // A connection's buffer holds a request's head and at most this much more of what follows it.
 constexpr std::size_t kReadBytes = 16 * 1024;
+// Bodies up to this size go to a handler that never waits on the I/O thread that read them.
+constexpr std::size_t kAnsweredOnIoThreadBytes = 64 * 1024;
 // A buffer that grew past this for a large request is given back before the next one.
 constexpr std::size_t kKeptBufferBytes = 16 * 1024;
 
@@ -207,20 +209,34 @@ class Connection final : public Evictable, public std::enable_shared_from_this<C
     deadline_.cancel();
     auto request = std::make_shared<CollectorRequest>(std::move(parser_->request()));
     const bool keepAlive = parser_->keep_alive();
+    const bool headOnly = request->method == "HEAD";
     const std::size_t budget = parser_->handOverBudget();
-    asio::post(context_.workers,
-               [self = this->shared_from_this(), request, keepAlive, budget]() mutable {
-                 CollectorAnswer answer = self->context_.router.answer(*request);
-                 const bool headOnly = request->method == "HEAD";
-                 // The body is let go of, and its share of the budget given back, before the client
-                 // can hear the answer.
-                 request.reset();
-                 self->context_.budget.giveBack(budget);
-                 asio::post(self->stream_.get_executor(),
-                            [self, answer = std::move(answer), keepAlive, headOnly]() mutable {
-                              self->send(std::move(answer), keepAlive, headOnly);
-                            });
-               });
+    // Until the answer is sent, the I/O threads keep running: a commit may answer after the
+    // service was told to stop.
+    auto executor = asio::prefer(stream_.get_executor(), asio::execution::outstanding_work.tracked);
+    Answered answered = [self = this->shared_from_this(), request, keepAlive, headOnly, budget,
+                         executor](CollectorAnswer answer) mutable {
+      // The body is let go of, and its share of the budget given back, before the client can
+      // hear the answer.
+      request.reset();
+      self->context_.budget.giveBack(budget);
+      asio::post(executor, [self, answer = std::move(answer), keepAlive, headOnly]() mutable {
+        self->send(std::move(answer), keepAlive, headOnly);
+      });
+    };
+    // A handler that never waits answers a small body here; anything else is answered on a
+    // worker, where waiting for the disk or parsing a large body holds up no other connection.
+    if (request->body.size() <= kAnsweredOnIoThreadBytes &&
+        context_.router.answerWithoutWaiting(*request, answered)) {
+      return;
+    }
+    asio::post(context_.workers, [self = this->shared_from_this(), request,
+                                  answered = std::move(answered)]() mutable {
+      if (!self->context_.router.answerWithoutWaiting(*request, answered)) {
+        answered(self->context_.router.answer(*request));
+      }
+      request.reset();
+    });
   }
 
   void send(CollectorAnswer answer, bool keepAlive, bool headOnly = false) {

@@ -59,9 +59,9 @@ PgResponseStore::PgResponseStore(std::string url, std::unique_ptr<PgConnection> 
   idle_.push_back(std::move(first));
 }
 
-StoreResult PgResponseStore::store(const IncomingResponse& response) {
-  return commits_.store(response,
-                        [this](const std::vector<PendingResponse*>& batch) { commit(batch); });
+void PgResponseStore::storeThen(const IncomingResponse& response,
+                                std::function<void(StoreResult)> done) {
+  commits_.store(response, std::move(done));
 }
 
 void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {

@@ -26,7 +26,7 @@ class PgResponseStore final : public ResponseStore {
   // with `error` filled, when the database cannot be reached or used.
   static std::unique_ptr<PgResponseStore> open(const std::string& url, std::string& error);
 
-  StoreResult store(const IncomingResponse& response) override;
+  void storeThen(const IncomingResponse& response, std::function<void(StoreResult)> done) override;
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
                     std::size_t maxBytes) const override;
   std::vector<StoredResponse> all(const std::optional<std::string>& appId) const override;
@@ -66,7 +66,8 @@ class PgResponseStore final : public ResponseStore {
   const std::string url_;
   mutable std::mutex poolMutex_;
   mutable std::vector<std::unique_ptr<PgConnection>> idle_;  // guarded by poolMutex_
-  CommitGroup commits_;
+  // Last: its thread commits with everything above, and is stopped first.
+  CommitGroup commits_{[this](const std::vector<PendingResponse*>& batch) { commit(batch); }};
 };
 
 }  // namespace vlq::collector

@@ -1,10 +1,19 @@
 #include "collector/ResponseStore.h"
 
+#include <future>
+
 #include "collector/PgConnection.h"
 #include "collector/PgResponseStore.h"
 #include "collector/SqliteResponseStore.h"
 
 namespace vlq::collector {
+
+StoreResult ResponseStore::store(const IncomingResponse& response) {
+  std::promise<StoreResult> result;
+  std::future<StoreResult> given = result.get_future();
+  storeThen(response, [&result](StoreResult stored) { result.set_value(std::move(stored)); });
+  return given.get();
+}
 
 StoredResponse storedRecordOf(const IncomingResponse& response, std::int64_t id) {
   StoredResponse stored;

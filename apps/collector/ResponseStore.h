@@ -27,7 +27,7 @@ struct IncomingResponse {
   std::string receivedAt;
   std::string url;
   int status = 0;
-  // The body's text, held by the caller until store() returns.
+  // The body's text, held by the caller until it has the result.
   std::string_view bodyText;
   // Empty: none.
   std::string idempotencyKey;
@@ -61,9 +61,14 @@ class ResponseStore {
  public:
   virtual ~ResponseStore() = default;
 
-  // Keeps `response` durably, or finds the body already kept under its key; returns once the
-  // database has it for good. May be called from many threads at once.
-  virtual StoreResult store(const IncomingResponse& response) = 0;
+  // Keeps `response` durably, or finds the body already kept under its key, and calls `done`
+  // with the result once the database has it for good, on a thread of the store's, without
+  // waiting for it here. The caller keeps the body's text until then. May be called from many
+  // threads at once.
+  virtual void storeThen(const IncomingResponse& response,
+                         std::function<void(StoreResult)> done) = 0;
+  // storeThen(), waiting for the result.
+  StoreResult store(const IncomingResponse& response);
 
   // The app's bodies with ids above `after`, oldest first: at most `limit` of them, and no more
   // than about `maxBytes` of text (but at least one).
@@ -77,8 +82,8 @@ class ResponseStore {
   // Up to `limit` records of every app with an id above `after`, oldest first.
   virtual std::vector<StoredResponse> after(std::int64_t after, std::size_t limit) const = 0;
 
-  // Called with each newly stored record once it is kept for good, before store() returns for
-  // it; one call at a time, in id order. Set it before the store is shared between threads.
+  // Called with each newly stored record once it is kept for good, before its result is given;
+  // one call at a time, in id order. Set it before the store is shared between threads.
   void setStoredListener(std::function<void(const StoredResponse&)> listener) {
     storedListener_ = std::move(listener);
   }

@@ -1,6 +1,9 @@
 #include "collector/Router.h"
 
+#include <atomic>
 #include <exception>
+#include <future>
+#include <memory>
 #include <utility>
 
 #include <vlq/host/JsonValue.h>
@@ -22,16 +25,21 @@ Router::Router(AccessPolicy access, std::size_t maxBodyBytes)
     : access_(std::move(access)), maxBodyBytes_(maxBodyBytes) {}
 
 void Router::addPost(std::string path, RouteHandler handler) {
-  routes_.push_back({std::move(path), Kind::post, ReadAccess::token, std::move(handler), {}});
+  routes_.push_back({std::move(path), Kind::post, ReadAccess::token, std::move(handler), {}, {}});
+}
+
+void Router::addNonBlockingPost(std::string path, NonBlockingHandler handler) {
+  routes_.push_back({std::move(path), Kind::post, ReadAccess::token, {}, {}, std::move(handler)});
 }
 
 void Router::addRead(std::string path, ReadAccess access, RouteHandler handler,
                      RouteHandler refused) {
-  routes_.push_back({std::move(path), Kind::read, access, std::move(handler), std::move(refused)});
+  routes_.push_back(
+      {std::move(path), Kind::read, access, std::move(handler), std::move(refused), {}});
 }
 
 void Router::addForm(std::string path, RouteHandler handler) {
-  routes_.push_back({std::move(path), Kind::form, ReadAccess::open, std::move(handler), {}});
+  routes_.push_back({std::move(path), Kind::form, ReadAccess::open, std::move(handler), {}, {}});
 }
 
 std::optional<CollectorAnswer> Router::check(const CollectorRequest& request,
@@ -108,12 +116,43 @@ CollectorAnswer Router::answer(const CollectorRequest& request) const {
     const Route* route = nullptr;
     std::string appId;
     if (auto refused = check(request, target, &route, &appId)) return std::move(*refused);
+    if (route->nonBlocking) {
+      std::promise<CollectorAnswer> answer;
+      std::future<CollectorAnswer> given = answer.get_future();
+      answerWithoutWaiting(request,
+                           [&answer](CollectorAnswer some) { answer.set_value(std::move(some)); });
+      return given.get();
+    }
     return route->handler(RoutedRequest{request, target, std::move(appId)});
   } catch (const std::exception& e) {
     return errorAnswer(500, e.what());
   } catch (...) {
     return errorAnswer(500, "internal error");
   }
+}
+
+bool Router::answerWithoutWaiting(const CollectorRequest& request, const Answered& answered) const {
+  // A handler that throws after it passed its answer on must not answer twice.
+  auto given = std::make_shared<std::atomic<bool>>(false);
+  const Answered once = [given, answered](CollectorAnswer answer) {
+    if (!given->exchange(true)) answered(std::move(answer));
+  };
+  try {
+    const RequestTarget target = parseRequestTarget(request.target);
+    const Route* route = nullptr;
+    std::string appId;
+    if (auto refused = check(request, target, &route, &appId)) {
+      once(std::move(*refused));
+      return true;
+    }
+    if (!route->nonBlocking) return false;
+    route->nonBlocking(RoutedRequest{request, target, std::move(appId)}, once);
+  } catch (const std::exception& e) {
+    once(errorAnswer(500, e.what()));
+  } catch (...) {
+    once(errorAnswer(500, "internal error"));
+  }
+  return true;
 }
 
 }  // namespace vlq::collector

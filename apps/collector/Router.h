@@ -35,6 +35,11 @@ struct RoutedRequest {
 };
 
 using RouteHandler = std::function<CollectorAnswer(const RoutedRequest&)>;
+// Takes a request's answer, from any thread; called once.
+using Answered = std::function<void(CollectorAnswer)>;
+// A handler that never waits: it gives its answer to `answered`, at once or later, from another
+// thread (once a store has committed, say). The request stays valid until then.
+using NonBlockingHandler = std::function<void(const RoutedRequest&, Answered answered)>;
 
 // The answer {"error": message} with `status`.
 CollectorAnswer errorAnswer(int status, const std::string& message);
@@ -53,6 +58,7 @@ class Router {
   const AccessPolicy& access() const { return access_; }
 
   void addPost(std::string path, RouteHandler handler);
+  void addNonBlockingPost(std::string path, NonBlockingHandler handler);
   // `refused`, when given, answers a read without the token instead of the usual 401 (a page
   // answers with its sign-in form).
   void addRead(std::string path, ReadAccess access, RouteHandler handler,
@@ -65,6 +71,10 @@ class Router {
   std::optional<CollectorAnswer> refusal(const CollectorRequest& request) const;
   // The whole answer: a refusal, or the handler's (500 when the handler throws).
   CollectorAnswer answer(const CollectorRequest& request) const;
+  // When `request` is refused, or its route's handler never waits: gives the answer to
+  // `answered`, at once or later, and returns true. Otherwise returns false, having called
+  // nothing, and answer() is for a thread that may wait.
+  bool answerWithoutWaiting(const CollectorRequest& request, const Answered& answered) const;
 
  private:
   enum class Kind { post, read, form };
@@ -74,6 +84,7 @@ class Router {
     ReadAccess readAccess;
     RouteHandler handler;
     RouteHandler refused;
+    NonBlockingHandler nonBlocking;  // instead of `handler`
   };
 
   // The route of `request` and its appId, or the refusal.

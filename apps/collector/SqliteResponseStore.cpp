@@ -94,6 +94,7 @@ SqliteResponseStore::SqliteResponseStore(sqlite3* database) : database_(database
 }
 
 SqliteResponseStore::~SqliteResponseStore() {
+  commits_.stop();  // commits with the statements below
   begin_.reset();
   commit_.reset();
   rollback_.reset();
@@ -106,9 +107,9 @@ SqliteResponseStore::~SqliteResponseStore() {
   sqlite3_close(database_);
 }
 
-StoreResult SqliteResponseStore::store(const IncomingResponse& response) {
-  return commits_.store(response,
-                        [this](const std::vector<PendingResponse*>& batch) { commit(batch); });
+void SqliteResponseStore::storeThen(const IncomingResponse& response,
+                                    std::function<void(StoreResult)> done) {
+  commits_.store(response, std::move(done));
 }
 
 bool SqliteResponseStore::execute(Statement& statement) {

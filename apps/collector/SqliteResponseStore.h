@@ -25,7 +25,7 @@ class SqliteResponseStore final : public ResponseStore {
   SqliteResponseStore(const SqliteResponseStore&) = delete;
   SqliteResponseStore& operator=(const SqliteResponseStore&) = delete;
 
-  StoreResult store(const IncomingResponse& response) override;
+  void storeThen(const IncomingResponse& response, std::function<void(StoreResult)> done) override;
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
                     std::size_t maxBytes) const override;
   std::vector<StoredResponse> all(const std::optional<std::string>& appId) const override;
@@ -47,7 +47,8 @@ class SqliteResponseStore final : public ResponseStore {
   std::unique_ptr<Statement> begin_, commit_, rollback_, insert_, findByKey_, page_, all_,
       allOfApp_, after_;
 
-  CommitGroup commits_;
+  // Last: its thread commits with everything above, and is stopped first.
+  CommitGroup commits_{[this](const std::vector<PendingResponse*>& batch) { commit(batch); }};
 };
 
 }  // namespace vlq::collector
