@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <vlq/collector/CollectorServer.h>
+#include <vlq/host/JsonDocument.h>
 
 #include "collector/AccessPolicy.h"
 #include "collector/HttpService.h"
@@ -124,7 +125,10 @@ void CollectorServer::Impl::receive(const RoutedRequest& routed, Answered answer
   incoming.status = status.load();
   incoming.bodyText = request.body;  // the request stays until it is answered
   incoming.idempotencyKey = *key;
-  store->storeThen(incoming, [answered = std::move(answered)](StoreResult result) {
+  // Parsed here, on one of the threads that read requests, rather than by the store's one
+  // committing thread between two commits.
+  incoming.body = parseJsonDocument(request.body).value_or(nullptr);
+  store->storeThen(std::move(incoming), [answered = std::move(answered)](StoreResult result) {
     switch (result.outcome) {
       case StoreResult::Outcome::stored:
       case StoreResult::Outcome::repeated:

@@ -40,7 +40,7 @@ void CommitGroup::commitQueued() {
     batch.swap(queue_);
     lock.unlock();
     pending.clear();
-    for (const Queued& queued : batch)
+    for (Queued& queued : batch)
       pending.push_back(PendingResponse{&queued.response, {}});
     committed.clear();
     for (PendingResponse& each : pending)

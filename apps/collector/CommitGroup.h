@@ -21,7 +21,7 @@ namespace vlq::collector {
 
 // A body in the batch being committed, and what became of it.
 struct PendingResponse {
-  const IncomingResponse* response = nullptr;
+  IncomingResponse* response = nullptr;  // the commit may take what it announces from it
   StoreResult result;
 };
 

@@ -59,9 +59,8 @@ PgResponseStore::PgResponseStore(std::string url, std::unique_ptr<PgConnection> 
   idle_.push_back(std::move(first));
 }
 
-void PgResponseStore::storeThen(const IncomingResponse& response,
-                                std::function<void(StoreResult)> done) {
-  commits_.store(response, std::move(done));
+void PgResponseStore::storeThen(IncomingResponse response, std::function<void(StoreResult)> done) {
+  commits_.store(std::move(response), std::move(done));
 }
 
 void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {
@@ -79,15 +78,15 @@ void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {
         insertAlone(lease.get(), *pending);
     }
   }
-  std::vector<const PendingResponse*> stored;
-  for (const PendingResponse* pending : batch) {
+  std::vector<PendingResponse*> stored;
+  for (PendingResponse* pending : batch) {
     if (pending->result.outcome == StoreResult::Outcome::stored) stored.push_back(pending);
   }
   std::sort(stored.begin(), stored.end(), [](const PendingResponse* a, const PendingResponse* b) {
     return a->result.id < b->result.id;
   });
-  for (const PendingResponse* pending : stored)
-    announceStored(storedRecordOf(*pending->response, pending->result.id));
+  for (PendingResponse* pending : stored)
+    announceStored(storedRecordOf(std::move(*pending->response), pending->result.id));
 }
 
 bool PgResponseStore::insertTogether(PgConnection* connection,

@@ -26,7 +26,7 @@ class PgResponseStore final : public ResponseStore {
   // with `error` filled, when the database cannot be reached or used.
   static std::unique_ptr<PgResponseStore> open(const std::string& url, std::string& error);
 
-  void storeThen(const IncomingResponse& response, std::function<void(StoreResult)> done) override;
+  void storeThen(IncomingResponse response, std::function<void(StoreResult)> done) override;
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
                     std::size_t maxBytes) const override;
   std::vector<StoredResponse> all(const std::optional<std::string>& appId) const override;

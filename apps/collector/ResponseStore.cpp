@@ -15,15 +15,16 @@ StoreResult ResponseStore::store(const IncomingResponse& response) {
   return given.get();
 }
 
-StoredResponse storedRecordOf(const IncomingResponse& response, std::int64_t id) {
+StoredResponse storedRecordOf(IncomingResponse&& response, std::int64_t id) {
   StoredResponse stored;
   stored.id = id;
-  stored.appId = response.appId;
-  stored.receivedAt = response.receivedAt;
-  stored.url = response.url;
+  stored.appId = std::move(response.appId);
+  stored.receivedAt = std::move(response.receivedAt);
+  stored.url = std::move(response.url);
   stored.status = response.status;
-  stored.idempotencyKey = response.idempotencyKey;
-  stored.body = parseJsonDocument(response.bodyText).value_or(nullptr);
+  stored.idempotencyKey = std::move(response.idempotencyKey);
+  stored.body = response.body.is_null() ? parseJsonDocument(response.bodyText).value_or(nullptr)
+                                        : std::move(response.body);
   return stored;
 }
 

@@ -31,6 +31,9 @@ struct IncomingResponse {
   std::string_view bodyText;
   // Empty: none.
   std::string idempotencyKey;
+  // The body parsed, when the caller parsed it: then the store need not, between two commits.
+  // Null otherwise.
+  Json body;
 };
 
 struct StoreResult {
@@ -65,8 +68,7 @@ class ResponseStore {
   // with the result once the database has it for good, on a thread of the store's, without
   // waiting for it here. The caller keeps the body's text until then. May be called from many
   // threads at once.
-  virtual void storeThen(const IncomingResponse& response,
-                         std::function<void(StoreResult)> done) = 0;
+  virtual void storeThen(IncomingResponse response, std::function<void(StoreResult)> done) = 0;
   // storeThen(), waiting for the result.
   StoreResult store(const IncomingResponse& response);
 
@@ -98,7 +100,7 @@ class ResponseStore {
 };
 
 // The record of `response`, stored under `id`.
-StoredResponse storedRecordOf(const IncomingResponse& response, std::int64_t id);
+StoredResponse storedRecordOf(IncomingResponse&& response, std::int64_t id);
 
 // The record in the current row of `row` (a statement of either database), whose columns are
 // those of kStoredColumns in that order.

@@ -107,9 +107,9 @@ SqliteResponseStore::~SqliteResponseStore() {
   sqlite3_close(database_);
 }
 
-void SqliteResponseStore::storeThen(const IncomingResponse& response,
+void SqliteResponseStore::storeThen(IncomingResponse response,
                                     std::function<void(StoreResult)> done) {
-  commits_.store(response, std::move(done));
+  commits_.store(std::move(response), std::move(done));
 }
 
 bool SqliteResponseStore::execute(Statement& statement) {
@@ -178,9 +178,9 @@ void SqliteResponseStore::commit(const std::vector<PendingResponse*>& batch) {
     }
   }
   // Outside the lock, so that a listener may read the store.
-  for (const PendingResponse* pending : batch) {
+  for (PendingResponse* pending : batch) {
     if (pending->result.outcome != StoreResult::Outcome::stored) continue;
-    announceStored(storedRecordOf(*pending->response, pending->result.id));
+    announceStored(storedRecordOf(std::move(*pending->response), pending->result.id));
   }
 }
 

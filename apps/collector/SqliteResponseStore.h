@@ -25,7 +25,7 @@ class SqliteResponseStore final : public ResponseStore {
   SqliteResponseStore(const SqliteResponseStore&) = delete;
   SqliteResponseStore& operator=(const SqliteResponseStore&) = delete;
 
-  void storeThen(const IncomingResponse& response, std::function<void(StoreResult)> done) override;
+  void storeThen(IncomingResponse response, std::function<void(StoreResult)> done) override;
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
                     std::size_t maxBytes) const override;
   std::vector<StoredResponse> all(const std::optional<std::string>& appId) const override;

@@ -55,7 +55,7 @@ TEST(CommitGroup, CommitsEachBodyOnceGoesOnAfterACommitThatThrowsAndDrainsWhenSt
           Answer answer;
           answer.body = post % 37 == 5 ? "refuse" : std::to_string(t) + "-" + std::to_string(post);
           std::promise<StoreResult> result;
-          group.store({"app", "2024-05-01T10:00:00.000Z", "/", 200, answer.body, {}},
+          group.store({"app", "2024-05-01T10:00:00.000Z", "/", 200, answer.body, {}, nullptr},
                       [&result](StoreResult stored) { result.set_value(std::move(stored)); });
           answer.result = result.get_future().get();
           answers[static_cast<std::size_t>(t)].push_back(std::move(answer));
@@ -71,7 +71,7 @@ TEST(CommitGroup, CommitsEachBodyOnceGoesOnAfterACommitThatThrowsAndDrainsWhenSt
       return bodies;
     }();
     for (const std::string& body : unwaited) {
-      group.store({"app", "2024-05-01T10:00:00.000Z", "/", 200, body, {}},
+      group.store({"app", "2024-05-01T10:00:00.000Z", "/", 200, body, {}, nullptr},
                   [&unwaitedDone](StoreResult stored) {
                     if (stored.outcome == Outcome::stored) ++unwaitedDone;
                   });

@@ -62,7 +62,7 @@ TEST(ResponseStore, PostsCommittedTogetherAreEachAnsweredAsIfStoredAlone) {
         if (at % 4 == 0) start.arrive_and_wait();
         Post& post = posts[t][at];
         post.result = store->store({"app", "2024-05-01T10:00:00.000Z", "/v2/api/survey-response",
-                                    200, post.body, post.key});
+                                    200, post.body, post.key, nullptr});
       }
     });
   }
@@ -119,7 +119,7 @@ TEST(ResponseStore, ABodyTheDatabaseRefusesFailsAloneAmongThoseCommittedWithIt) 
           t == 0 ? "{\"bad\": \"\xff\"}" : "{\"n\": " + std::to_string(t) + "}";
       start.arrive_and_wait();
       results[t] = store->store({"app", "2024-05-01T10:00:00.000Z", "/v2/api/survey-response", 200,
-                                 body, "key-" + std::to_string(t)});
+                                 body, "key-" + std::to_string(t), nullptr});
     });
   }
   for (auto& thread : threads)
