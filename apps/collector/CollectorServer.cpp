@@ -31,6 +31,8 @@ constexpr const char* kConfigPath = "/v2/api/surveys";
 constexpr std::size_t kDefaultPageLimit = 100;
 constexpr std::size_t kMaxPageLimit = 1000;
 constexpr std::size_t kMaxPageBytes = 1024 * 1024;
+// Posted bodies up to this size are read into their tree as soon as they arrive.
+constexpr std::size_t kParsedOnArrivalBytes = 64 * 1024;
 
 bool isValidStatus(int status) {
   return status >= 100 && status <= 599;
@@ -115,8 +117,20 @@ void CollectorServer::Impl::receive(const RoutedRequest& routed, Answered answer
   std::string problem;
   const auto key = idempotencyKeyOf(request.headers, problem);
   if (!key) return answered(errorAnswer(400, problem));
-  if (!isJsonObject(request.body))
+  // A small body is read into its tree once, here, on one of the threads that read requests: the
+  // tree says whether it is an object and goes on to the store, whose one committing thread then
+  // need not parse it between two commits. A large one is checked without building its tree, so
+  // that a large body refused costs no more memory than its text; the store parses it when kept.
+  Json body;
+  if (request.body.size() <= kParsedOnArrivalBytes) {
+    auto parsed = parseJsonDocument(request.body);
+    if (!parsed || !parsed->is_object()) {
+      return answered(errorAnswer(400, "the body is not a JSON object"));
+    }
+    body = std::move(*parsed);
+  } else if (!isJsonObject(request.body)) {
     return answered(errorAnswer(400, "the body is not a JSON object"));
+  }
 
   IncomingResponse incoming;
   incoming.appId = routed.appId;
@@ -125,9 +139,7 @@ void CollectorServer::Impl::receive(const RoutedRequest& routed, Answered answer
   incoming.status = status.load();
   incoming.bodyText = request.body;  // the request stays until it is answered
   incoming.idempotencyKey = *key;
-  // Parsed here, on one of the threads that read requests, rather than by the store's one
-  // committing thread between two commits.
-  incoming.body = parseJsonDocument(request.body).value_or(nullptr);
+  incoming.body = std::move(body);
   store->storeThen(std::move(incoming), [answered = std::move(answered)](StoreResult result) {
     switch (result.outcome) {
       case StoreResult::Outcome::stored:
