@@ -39,6 +39,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <latch>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -170,16 +171,28 @@ double percentile(std::vector<double>& values, double share) {
   return values[at];
 }
 
-// Splits [0, total) between `workers` threads and runs `work(worker, first, end)` on each.
-template <typename Work>
-double timedInParallel(int workers, int total, Work work) {
-  const auto start = Clock::now();
+// Splits [0, total) between `workers` threads, each of which makes what it works with by
+// `setup(worker)` (its connections), and then runs `work(made, worker, first, end)`. The time is
+// that of the work alone: it starts once every thread is set up, so that neither the reference nor
+// the load pays for opening its connections.
+template <typename Setup, typename Work>
+double timedInParallel(int workers, int total, Setup setup, Work work) {
+  std::latch ready(workers);
+  std::latch go(1);
   std::vector<std::thread> threads;
   for (int worker = 0; worker < workers; ++worker) {
     const int first = static_cast<int>(static_cast<std::int64_t>(total) * worker / workers);
     const int end = static_cast<int>(static_cast<std::int64_t>(total) * (worker + 1) / workers);
-    threads.emplace_back([&work, worker, first, end] { work(worker, first, end); });
+    threads.emplace_back([&, worker, first, end] {
+      auto made = setup(worker);
+      ready.count_down();
+      go.wait();
+      work(made, worker, first, end);
+    });
   }
+  ready.wait();
+  const auto start = Clock::now();
+  go.count_down();
   for (std::thread& thread : threads)
     thread.join();
   return std::chrono::duration<double>(Clock::now() - start).count();
@@ -206,11 +219,12 @@ double sqliteReferenceRate(int bodies) {
   sqlite3_open(database.location().c_str(), &db);
   executeSql(db, "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
   executeSql(db, referenceSchema("INTEGER").c_str());
-  const double seconds = timedInParallel(1, bodies, [&](int, int first, int end) {
-    SqliteQuery insert(db, kReferenceInsert);
-    for (int number = first; number < end; ++number)
-      insert.bind("$1", bodyOf(number)).bind("$2", "key-" + std::to_string(number)).run();
-  });
+  const double seconds = timedInParallel(
+      1, bodies, [&](int) { return std::make_unique<SqliteQuery>(db, kReferenceInsert); },
+      [&](std::unique_ptr<SqliteQuery>& insert, int, int first, int end) {
+        for (int number = first; number < end; ++number)
+          insert->bind("$1", bodyOf(number)).bind("$2", "key-" + std::to_string(number)).run();
+      });
   sqlite3_close(db);
   return bodies / seconds;
 }
@@ -225,17 +239,22 @@ double postgresReferenceRate(const std::string& url, int clients, int bodies) {
     if (!connection) throw std::runtime_error(error);
     executePg(connection.get(), referenceSchema("BIGSERIAL").c_str());
   }
-  const double seconds = timedInParallel(clients, bodies, [&](int, int first, int end) {
-    std::string failure;
-    auto connection = PgConnection::open(database.location(), failure);
-    if (!connection) throw std::runtime_error(failure);
-    for (int number = first; number < end; ++number) {
-      PgQuery(connection.get(), kReferenceInsert)
-          .bind("$1", bodyOf(number))
-          .bind("$2", "key-" + std::to_string(number))
-          .run();
-    }
-  });
+  const double seconds = timedInParallel(
+      clients, bodies,
+      [&](int) {
+        std::string failure;
+        auto connection = PgConnection::open(database.location(), failure);
+        if (!connection) throw std::runtime_error(failure);
+        return connection;
+      },
+      [&](std::unique_ptr<PgConnection>& connection, int, int first, int end) {
+        for (int number = first; number < end; ++number) {
+          PgQuery(connection.get(), kReferenceInsert)
+              .bind("$1", bodyOf(number))
+              .bind("$2", "key-" + std::to_string(number))
+              .run();
+        }
+      });
   return bodies / seconds;
 }
 
@@ -252,7 +271,11 @@ struct LoadResult {
 // reference's clients do.
 class Poster {
  public:
-  explicit Poster(const std::string& url) : port_(std::stoi(url.substr(url.rfind(':') + 1))) {}
+  // Posts to the collector at `url`; connects now when `connectNow`, else at the first post.
+  Poster(const std::string& url, bool connectNow)
+      : port_(std::stoi(url.substr(url.rfind(':') + 1))),
+        connection_(connectNow ? std::make_unique<vlq::collector::RawConnection>(port_) : nullptr) {
+  }
 
   // Posts `body` under `key`; true when it is answered 200.
   bool post(const std::string& body, const std::string& key) {
@@ -291,25 +314,35 @@ LoadResult load(const std::vector<std::unique_ptr<CollectorProcess>>& collectors
   std::vector<std::vector<double>> latencies(static_cast<std::size_t>(clients));
   std::atomic<std::int64_t> acknowledged{0}, failed{0};
   const int keys = repeated ? bodies / 2 : bodies;
-  const double seconds = timedInParallel(clients, keys, [&](int client, int first, int end) {
-    const auto count = static_cast<int>(collectors.size());
-    Poster home(collectors[static_cast<std::size_t>(client % count)]->url());
-    Poster next(collectors[static_cast<std::size_t>((client + 1) % count)]->url());
-    auto& mine = latencies[static_cast<std::size_t>(client)];
-    for (int number = first; number < end; ++number) {
-      const std::string body = bodyOf(number);
-      const std::string key = "key-" + std::to_string(number);
-      bool stored = true;
-      for (int attempt = 0; attempt < (repeated ? 2 : 1); ++attempt) {
-        Poster& poster = attempt == 0 ? home : next;
-        const auto sent = Clock::now();
-        const bool answered = poster.post(body, key);
-        mine.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
-        stored = stored && answered;
-      }
-      (stored ? acknowledged : failed)++;
-    }
-  });
+  const auto count = static_cast<int>(collectors.size());
+  // Each client's collector, and the next, where a repeated key goes the second time.
+  struct Posters {
+    Poster home, next;
+  };
+  const auto connect = [&](int client) {
+    return Posters{
+        Poster(collectors[static_cast<std::size_t>(client % count)]->url(), true),
+        Poster(collectors[static_cast<std::size_t>((client + 1) % count)]->url(), repeated)};
+  };
+  const double seconds = timedInParallel(
+      clients, keys, connect, [&](Posters& posters, int client, int first, int end) {
+        Poster& home = posters.home;
+        Poster& next = posters.next;
+        auto& mine = latencies[static_cast<std::size_t>(client)];
+        for (int number = first; number < end; ++number) {
+          const std::string body = bodyOf(number);
+          const std::string key = "key-" + std::to_string(number);
+          bool stored = true;
+          for (int attempt = 0; attempt < (repeated ? 2 : 1); ++attempt) {
+            Poster& poster = attempt == 0 ? home : next;
+            const auto sent = Clock::now();
+            const bool answered = poster.post(body, key);
+            mine.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
+            stored = stored && answered;
+          }
+          (stored ? acknowledged : failed)++;
+        }
+      });
   std::vector<double> all;
   for (const auto& some : latencies)
     all.insert(all.end(), some.begin(), some.end());
