@@ -100,7 +100,8 @@ void executePg(PgConnection* connection, const char* sql) {
   PQclear(result);
 }
 
-PgQuery::PgQuery(PgConnection* connection, const char* sql) : connection_(connection), sql_(sql) {}
+PgQuery::PgQuery(PgConnection* connection, const char* sql, Planning planning)
+    : connection_(connection), sql_(sql), planning_(planning) {}
 
 PgQuery::~PgQuery() {
   PQclear(result_);
@@ -145,10 +146,12 @@ void PgQuery::execute() {
   for (const auto& parameter : parameters_)
     values.push_back(parameter ? parameter->c_str() : nullptr);
   // Text values of unknown type: the server reads each as its column's or operand's type.
-  const std::string& statement = connection_->prepared(sql_);
-  pg_result* result =
-      PQexecPrepared(connection_->get(), statement.c_str(), static_cast<int>(values.size()),
-                     values.data(), nullptr, nullptr, 0);
+  const int count = static_cast<int>(values.size());
+  pg_result* result = planning_ == Planning::eachRun
+                          ? PQexecParams(connection_->get(), sql_.c_str(), count, nullptr,
+                                         values.data(), nullptr, nullptr, 0)
+                          : PQexecPrepared(connection_->get(), connection_->prepared(sql_).c_str(),
+                                           count, values.data(), nullptr, nullptr, 0);
   check(result, connection_);
   connection_->setChanges(std::atoll(PQcmdTuples(result)));
   result_ = result;

@@ -50,7 +50,17 @@ class PgConnection {
 
 class PgQuery {
  public:
-  PgQuery(PgConnection* connection, const char* sql);
+  // How the server plans the statement.
+  enum class Planning {
+    // Prepared once per connection and its plan kept: a statement whose plan does not depend on
+    // how large its tables are (an insert).
+    once,
+    // Planned at each run, for what the tables hold then: a lookup whose plan made while a table
+    // was small (a scan of it all) would stay long after it had grown.
+    eachRun,
+  };
+
+  PgQuery(PgConnection* connection, const char* sql, Planning planning = Planning::once);
   ~PgQuery();
   PgQuery(const PgQuery&) = delete;
   PgQuery& operator=(const PgQuery&) = delete;
@@ -82,6 +92,7 @@ class PgQuery {
 
   PgConnection* connection_;
   std::string sql_;
+  Planning planning_;
   std::vector<std::optional<std::string>> parameters_;
   pg_result* result_ = nullptr;
   int row_ = -1;

@@ -184,10 +184,11 @@ void PgResponseStore::findStored(PgConnection* connection,
     // The conflicts waited for the other inserts' commits, so their rows are there to read.
     PgQuery select(connection,
                    "SELECT s.id, s.status, s.body, s.app_id, s.idempotency_key"
-                   " FROM survey_responses s JOIN unnest($1::text[], $2::text[])"
-                   " AS wanted (app_id, idempotency_key)"
-                   " ON s.app_id = wanted.app_id AND s.idempotency_key = wanted.idempotency_key"
-                   " WHERE s.idempotency_key IS NOT NULL");
+                   " FROM unnest($1::text[], $2::text[]) AS wanted (app_id, idempotency_key)"
+                   " CROSS JOIN LATERAL (SELECT * FROM survey_responses r"
+                   " WHERE r.app_id = wanted.app_id AND r.idempotency_key = wanted.idempotency_key"
+                   " AND r.idempotency_key IS NOT NULL) AS s",
+                   PgQuery::Planning::eachRun);
     select.bind("$1", pgArrayLiteral(apps)).bind("$2", pgArrayLiteral(keys));
     while (select.step()) {
       stored[std::pair(select.text(3), select.text(4))] =
@@ -250,7 +251,7 @@ std::vector<StoredResponse> PgResponseStore::select(const char* sql,
   std::vector<StoredResponse> result;
   if (!lease.get()) return result;
   try {
-    PgQuery query(lease.get(), sql);
+    PgQuery query(lease.get(), sql, PgQuery::Planning::eachRun);
     for (std::size_t at = 0; at < values.size(); ++at)
       query.bind(("$" + std::to_string(at + 1)).c_str(), values[at]);
     while (query.step())
@@ -269,7 +270,8 @@ ResponsePage PgResponseStore::page(const std::string& appId, std::int64_t after,
   try {
     PgQuery select(lease.get(),
                    "SELECT id, body FROM survey_responses WHERE app_id = $1 AND id > $2"
-                   " ORDER BY id LIMIT $3");
+                   " ORDER BY id LIMIT $3",
+                   PgQuery::Planning::eachRun);
     select.bind("$1", appId).bind("$2", after).bind("$3", static_cast<std::int64_t>(limit + 1));
     std::size_t bytes = 0;
     while (select.step()) {

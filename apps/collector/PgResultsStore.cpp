@@ -12,10 +12,18 @@
 namespace vlq::collector {
 namespace {
 
+// The results' statements read tables that grow (and write a host's events now and then): each is
+// planned for what the tables hold when it runs.
+class PgResultsQuery : public PgQuery {
+ public:
+  PgResultsQuery(PgConnection* connection, const char* sql)
+      : PgQuery(connection, sql, Planning::eachRun) {}
+};
+
 class PgBackend {
  public:
   using Handle = PgConnection*;
-  using Query = PgQuery;
+  using Query = PgResultsQuery;
   // Several collectors insert responses at once, each committing when its post is done, so ids
   // are not committed in order, and ids taken by a refused insert are never used. The responses
   // read are therefore those up to the first one that has no facts yet, found by looking: from
@@ -28,10 +36,11 @@ class PgBackend {
       found_.pop_front();
     const std::int64_t floor =
         !found_.empty() && now - found_.front().first >= kSettle ? found_.front().second : 0;
-    PgQuery last(connection_.get(),
-                 "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
-                 " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
-                 " (SELECT MAX(id) FROM survey_responses), 0)");
+    PgResultsQuery last(
+        connection_.get(),
+        "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
+        " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
+        " (SELECT MAX(id) FROM survey_responses), 0)");
     last.bind("$1", floor);
     const std::int64_t read = last.step() ? last.integer(0) : 0;
     found_.emplace_back(now, read);

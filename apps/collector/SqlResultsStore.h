@@ -127,10 +127,11 @@ inline constexpr const char* kAfterEveryDay = "9999-99-99";
 template <typename Query>
 Query& bindSurvey(Query& query, const std::string& appId, const std::string& surveyId,
                   const DayRange& days) {
-  return query.bind("$1", appId)
+  query.bind("$1", appId)
       .bind("$2", surveyId)
       .bind("$3", days.from.empty() ? kBeforeEveryDay : days.from.c_str())
       .bind("$4", days.to.empty() ? kAfterEveryDay : days.to.c_str());
+  return query;
 }
 
 template <typename Query>
