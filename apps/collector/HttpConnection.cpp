@@ -232,9 +232,7 @@ class Connection final : public Evictable, public std::enable_shared_from_this<C
     }
     asio::post(context_.workers, [self = this->shared_from_this(), request,
                                   answered = std::move(answered)]() mutable {
-      if (!self->context_.router.answerWithoutWaiting(*request, answered)) {
-        answered(self->context_.router.answer(*request));
-      }
+      answered(self->context_.router.answer(*request));
       request.reset();
     });
   }

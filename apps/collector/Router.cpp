@@ -116,14 +116,13 @@ CollectorAnswer Router::answer(const CollectorRequest& request) const {
     const Route* route = nullptr;
     std::string appId;
     if (auto refused = check(request, target, &route, &appId)) return std::move(*refused);
-    if (route->nonBlocking) {
-      std::promise<CollectorAnswer> answer;
-      std::future<CollectorAnswer> given = answer.get_future();
-      answerWithoutWaiting(request,
-                           [&answer](CollectorAnswer some) { answer.set_value(std::move(some)); });
-      return given.get();
-    }
-    return route->handler(RoutedRequest{request, target, std::move(appId)});
+    const RoutedRequest routed{request, target, std::move(appId)};
+    if (!route->nonBlocking) return route->handler(routed);
+    std::promise<CollectorAnswer> answer;
+    std::future<CollectorAnswer> given = answer.get_future();
+    runNonBlocking(*route, routed,
+                   [&answer](CollectorAnswer some) { answer.set_value(std::move(some)); });
+    return given.get();
   } catch (const std::exception& e) {
     return errorAnswer(500, e.what());
   } catch (...) {
@@ -132,27 +131,38 @@ CollectorAnswer Router::answer(const CollectorRequest& request) const {
 }
 
 bool Router::answerWithoutWaiting(const CollectorRequest& request, const Answered& answered) const {
+  try {
+    const RequestTarget target = parseRequestTarget(request.target);
+    const Route* route = nullptr;
+    std::string appId;
+    if (auto refused = check(request, target, &route, &appId)) {
+      answered(std::move(*refused));
+      return true;
+    }
+    if (!route->nonBlocking) return false;
+    runNonBlocking(*route, RoutedRequest{request, target, std::move(appId)}, answered);
+  } catch (const std::exception& e) {
+    answered(errorAnswer(500, e.what()));
+  } catch (...) {
+    answered(errorAnswer(500, "internal error"));
+  }
+  return true;
+}
+
+void Router::runNonBlocking(const Route& route, const RoutedRequest& routed,
+                            const Answered& answered) {
   // A handler that throws after it passed its answer on must not answer twice.
   auto given = std::make_shared<std::atomic<bool>>(false);
   const Answered once = [given, answered](CollectorAnswer answer) {
     if (!given->exchange(true)) answered(std::move(answer));
   };
   try {
-    const RequestTarget target = parseRequestTarget(request.target);
-    const Route* route = nullptr;
-    std::string appId;
-    if (auto refused = check(request, target, &route, &appId)) {
-      once(std::move(*refused));
-      return true;
-    }
-    if (!route->nonBlocking) return false;
-    route->nonBlocking(RoutedRequest{request, target, std::move(appId)}, once);
+    route.nonBlocking(routed, once);
   } catch (const std::exception& e) {
     once(errorAnswer(500, e.what()));
   } catch (...) {
     once(errorAnswer(500, "internal error"));
   }
-  return true;
 }
 
 }  // namespace vlq::collector

@@ -69,7 +69,8 @@ class Router {
   // go on. The socket layer asks this as soon as a head has arrived, so that a request that will
   // be refused is refused unread.
   std::optional<CollectorAnswer> refusal(const CollectorRequest& request) const;
-  // The whole answer: a refusal, or the handler's (500 when the handler throws).
+  // The whole answer: a refusal, or the handler's (500 when the handler throws); for a handler
+  // that never waits, once it has answered.
   CollectorAnswer answer(const CollectorRequest& request) const;
   // When `request` is refused, or its route's handler never waits: gives the answer to
   // `answered`, at once or later, and returns true. Otherwise returns false, having called
@@ -87,6 +88,10 @@ class Router {
     NonBlockingHandler nonBlocking;  // instead of `handler`
   };
 
+  // Runs `route`'s handler that never waits: `answered` is called once, with a 500 when the
+  // handler throws before it answers.
+  static void runNonBlocking(const Route& route, const RoutedRequest& routed,
+                             const Answered& answered);
   // The route of `request` and its appId, or the refusal.
   std::optional<CollectorAnswer> check(const CollectorRequest& request, const RequestTarget& target,
                                        const Route** route, std::string* appId) const;
