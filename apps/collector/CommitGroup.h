@@ -19,12 +19,6 @@
 
 namespace vlq::collector {
 
-// A body in the batch being committed, and what became of it.
-struct PendingResponse {
-  IncomingResponse* response = nullptr;  // the commit may take what it announces from it
-  StoreResult result;
-};
-
 class CommitGroup {
  public:
   // Commits a batch: fills in each body's result. Should it throw, the batch's bodies fail and

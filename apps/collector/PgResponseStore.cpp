@@ -1,14 +1,21 @@
 #include "collector/PgResponseStore.h"
 
+#include <libpq-fe.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
-#include <map>
-#include <stdexcept>
-#include <tuple>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <system_error>
 #include <utility>
 
 #include <vlq/host/JsonDocument.h>
 
+#include "collector/PgResponseStatements.h"
 #include "collector/PgSchema.h"
 
 namespace vlq::collector {
@@ -28,6 +35,8 @@ constexpr const char* kSchema =
     " ON survey_responses (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL;";
 // More idle connections than this are closed rather than kept.
 constexpr std::size_t kMaxIdleConnections = 32;
+// Batches sent whose answers have not all come. Two: one in the server, the next on its way.
+constexpr std::size_t kMaxInFlight = 2;
 
 }  // namespace
 
@@ -57,29 +66,102 @@ std::unique_ptr<PgResponseStore> PgResponseStore::open(const std::string& url, s
 PgResponseStore::PgResponseStore(std::string url, std::unique_ptr<PgConnection> first)
     : url_(std::move(url)) {
   idle_.push_back(std::move(first));
+  wakeFd_ = eventfd(0, EFD_CLOEXEC);
+  if (wakeFd_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+  committer_ = std::thread([this] { commitQueued(); });
+}
+
+PgResponseStore::~PgResponseStore() {
+  {
+    std::lock_guard lock(queueMutex_);
+    stopping_ = true;
+  }
+  wake();
+  committer_.join();
+  close(wakeFd_);
+}
+
+void PgResponseStore::wake() {
+  const std::uint64_t one = 1;
+  // Cannot fail but by overflowing the counter, which a woken thread empties.
+  [[maybe_unused]] const auto written = write(wakeFd_, &one, sizeof one);
 }
 
 void PgResponseStore::storeThen(IncomingResponse response, std::function<void(StoreResult)> done) {
-  commits_.store(std::move(response), std::move(done));
-}
-
-void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {
+  bool wanted = false;
   {
-    const Lease lease(*this);
-    if (!lease.get()) {
-      for (PendingResponse* pending : batch)
-        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, lease.error()};
-      return;
-    }
-    // One body that the server refuses fails the statement for all; then each body is tried
-    // alone, so that it fails alone.
-    if (batch.size() == 1 || !insertTogether(lease.get(), batch)) {
-      for (PendingResponse* pending : batch)
-        insertAlone(lease.get(), *pending);
+    std::lock_guard lock(queueMutex_);
+    queue_.push_back(Queued{std::move(response), std::move(done)});
+    if (wakeAt_ != 0 && queue_.size() >= wakeAt_) {
+      wakeAt_ = 0;
+      wanted = true;
     }
   }
+  // A system call only when the committing thread waits for this body.
+  if (wanted) wake();
+}
+
+void PgResponseStore::commitQueued() {
+  std::list<Flight> flights;  // sent, not yet answered; references to them stay valid
+  while (true) {
+    answerFinished(flights);
+    std::unique_lock lock(queueMutex_);
+    // With no insert in flight, a body goes at once. With one batch being inserted, the next goes
+    // when it has grown as large: sent later, it would make the server wait; sooner, it would
+    // cost a commit for fewer bodies. A batch whose keys are being looked up after its insert
+    // does not count: it is out of the inserts' way.
+    std::size_t inserting = 0;
+    std::size_t lastSize = 0;
+    for (const Flight& flight : flights) {
+      if (flight.awaited == 0 || flight.inserted) continue;
+      ++inserting;
+      lastSize = flight.pending.size();
+    }
+    std::size_t wanted = 0;  // never
+    if (inserting == 0) {
+      wanted = 1;
+    } else if (inserting < kMaxInFlight) {
+      wanted = stopping_ ? 1 : lastSize;
+    }
+    if (wanted != 0 && queue_.size() >= wanted) {
+      wakeAt_ = 0;
+      Flight& flight = flights.emplace_back();
+      flight.queued.swap(queue_);
+      lock.unlock();
+      for (Queued& queued : flight.queued)
+        flight.pending.push_back(PendingResponse{&queued.response, {}});
+      try {
+        send(flight);
+      } catch (const std::exception& e) {
+        // Out of memory: the bodies not yet sent fail, the next batch is tried all the same.
+        for (PendingResponse& pending : flight.pending) {
+          if (pending.result.outcome == StoreResult::Outcome::failed)
+            pending.result.error = std::string("the commit was interrupted: ") + e.what();
+        }
+      }
+      continue;
+    }
+    if (stopping_ && flights.empty()) return;
+    wakeAt_ = wanted;
+    lock.unlock();
+    waitForWork();
+  }
+}
+
+void PgResponseStore::waitForWork() {
+  const bool answersDue = pipeline_ && pipeline_->waiting();
+  pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {answersDue ? pipeline_->socket() : -1, POLLIN, 0}};
+  if (poll(waits, 2, -1) < 0) return;  // interrupted: the caller looks again
+  if (waits[0].revents != 0) {
+    std::uint64_t wakes = 0;
+    [[maybe_unused]] const auto got = ::read(wakeFd_, &wakes, sizeof wakes);
+  }
+  if (answersDue && waits[1].revents != 0) pipeline_->receive(true);
+}
+
+void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodies) {
   std::vector<PendingResponse*> stored;
-  for (PendingResponse* pending : batch) {
+  for (PendingResponse* pending : bodies) {
     if (pending->result.outcome == StoreResult::Outcome::stored) stored.push_back(pending);
   }
   std::sort(stored.begin(), stored.end(), [](const PendingResponse* a, const PendingResponse* b) {
@@ -89,186 +171,188 @@ void PgResponseStore::commit(const std::vector<PendingResponse*>& batch) {
     announceStored(storedRecordOf(std::move(*pending->response), pending->result.id));
 }
 
-bool PgResponseStore::insertTogether(PgConnection* connection,
-                                     const std::vector<PendingResponse*>& batch) {
-  // Bodies without a key first, then by app and key: every collector takes the keys' locks in
-  // the same order.
-  std::vector<PendingResponse*> ordered(batch);
-  std::stable_sort(
-      ordered.begin(), ordered.end(), [](const PendingResponse* a, const PendingResponse* b) {
-        const IncomingResponse& x = *a->response;
-        const IncomingResponse& y = *b->response;
-        return std::forward_as_tuple(!x.idempotencyKey.empty(), x.appId, x.idempotencyKey) <
-               std::forward_as_tuple(!y.idempotencyKey.empty(), y.appId, y.idempotencyKey);
-      });
-  std::array<std::vector<std::optional<std::string>>, 6> columns;
-  for (const PendingResponse* pending : ordered) {
-    const IncomingResponse& response = *pending->response;
-    columns[0].emplace_back(response.appId);
-    columns[1].emplace_back(response.receivedAt);
-    columns[2].emplace_back(response.url);
-    columns[3].emplace_back(std::to_string(response.status));
-    columns[4].emplace_back(std::string(response.bodyText));
-    columns[5].push_back(response.idempotencyKey.empty() ? std::nullopt
-                                                         : std::optional(response.idempotencyKey));
-  }
-  // Rows go in in the order given, so the ids they get rise in that order; a key the app used
-  // before, or earlier in the batch, inserts nothing.
-  PgQuery insert(connection,
-                 "INSERT INTO survey_responses"
-                 " (app_id, received_at, url, status, body, idempotency_key)"
-                 " SELECT app_id, received_at, url, status, body, idempotency_key"
-                 " FROM unnest($1::text[], $2::text[], $3::text[], $4::integer[], $5::text[],"
-                 " $6::text[]) WITH ORDINALITY"
-                 " AS batch (app_id, received_at, url, status, body, idempotency_key, place)"
-                 " ORDER BY place"
-                 " ON CONFLICT (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL"
-                 " DO NOTHING RETURNING id, app_id, idempotency_key");
-  for (std::size_t column = 0; column < columns.size(); ++column)
-    insert.bind(("$" + std::to_string(column + 1)).c_str(), pgArrayLiteral(columns[column]));
-  std::vector<std::int64_t> unkeyedIds;
-  std::map<std::pair<std::string, std::string>, std::int64_t> keyedIds;
-  try {
-    while (insert.step()) {
-      if (const auto key = insert.optionalText(2)) {
-        keyedIds.emplace(std::pair(insert.text(1), *key), insert.integer(0));
-      } else {
-        unkeyedIds.push_back(insert.integer(0));
+void PgResponseStore::answerFinished(std::list<Flight>& flights) {
+  // Answers that a statement sent meanwhile read along with its own are handed over first.
+  if (pipeline_) pipeline_->receive(false);
+  for (auto flight = flights.begin(); flight != flights.end();) {
+    if (flight->awaited != 0) {
+      ++flight;
+      continue;
+    }
+    for (std::size_t i = 0; i < flight->queued.size(); ++i) {
+      StoreResult& result = flight->pending[i].result;
+      if (result.outcome == StoreResult::Outcome::failed && result.error.empty())
+        result.error = "the commit was interrupted";
+      try {
+        flight->queued[i].done(std::move(result));
+      } catch (...) {
+        // What is done with a result is the caller's; the next bodies are answered all the same.
       }
     }
-  } catch (const std::exception&) {
+    flight = flights.erase(flight);
+  }
+}
+
+void PgResponseStore::send(Flight& flight) {
+  std::vector<PendingResponse*> bodies;
+  for (PendingResponse& each : flight.pending)
+    bodies.push_back(&each);
+  if (!pipeline_ || pipeline_->broken()) {
+    // A broken connection has answered every statement sent over it: none waits on it now.
+    std::string error;
+    pipeline_ = PgPipeline::open(url_, {kInsertTogether, kInsertAlone}, error);
+    if (!pipeline_) {
+      for (PendingResponse* pending : bodies)
+        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+      return;
+    }
+  }
+  if (bodies.size() == 1) return insertAlone(flight, *bodies.front());
+  insertTogether(flight, std::move(bodies));
+}
+
+bool PgResponseStore::sendFor(Flight& flight, const std::string& sql,
+                              const std::vector<const char*>& values,
+                              const std::vector<PendingResponse*>& bodies,
+                              PgPipeline::Handler handler) {
+  const bool sent = pipeline_->send(
+      sql, values,
+      [&flight, bodies, handler = std::move(handler)](const pg_result* rows,
+                                                      const std::string& error) {
+        --flight.awaited;
+        try {
+          handler(rows, error);
+        } catch (...) {
+          // Out of memory while reading the answer: what is not answered yet fails.
+          for (PendingResponse* pending : bodies) {
+            if (pending->result.outcome == StoreResult::Outcome::failed)
+              pending->result.error = "the commit was interrupted";
+          }
+        }
+      });
+  if (!sent) {
+    for (PendingResponse* pending : bodies)
+      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline_->brokenBecause()};
     return false;
   }
-  // The statement is committed: from here on, no body is inserted again.
-  std::sort(unkeyedIds.begin(), unkeyedIds.end());
-  std::size_t nextUnkeyed = 0;
-  std::vector<PendingResponse*> found;
-  for (PendingResponse* pending : ordered) {
-    const IncomingResponse& response = *pending->response;
-    if (response.idempotencyKey.empty()) {
-      pending->result =
-          nextUnkeyed < unkeyedIds.size()
-              ? StoreResult{StoreResult::Outcome::stored,
-                            unkeyedIds[nextUnkeyed++],
-                            response.status,
-                            {}}
-              : StoreResult{StoreResult::Outcome::failed, 0, 0, "the stored body has no id"};
-      continue;
-    }
-    const auto id = keyedIds.find(std::pair(response.appId, response.idempotencyKey));
-    if (id == keyedIds.end()) {
-      found.push_back(pending);
-      continue;
-    }
-    pending->result = StoreResult{StoreResult::Outcome::stored, id->second, response.status, {}};
-    keyedIds.erase(id);  // the same key later in the batch is a repeat or a conflict
-  }
-  if (!found.empty()) findStored(connection, found);
+  ++flight.awaited;
   return true;
 }
 
-void PgResponseStore::findStored(PgConnection* connection,
-                                 const std::vector<PendingResponse*>& found) {
+void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse*> ordered) {
+  // Rows go in in this order, so the ids they get rise in it.
+  orderForInsert(ordered);
+  const std::array<std::string, 6> arrays = insertTogetherArrays(ordered);
+  const std::vector<const char*> values = {arrays[0].c_str(), arrays[1].c_str(), arrays[2].c_str(),
+                                           arrays[3].c_str(), arrays[4].c_str(), arrays[5].c_str()};
+  sendFor(flight, kInsertTogether, values, ordered,
+          [this, &flight, ordered](const pg_result* rows, const std::string& error) {
+            flight.inserted = true;
+            if (!error.empty()) {
+              if (pipeline_->broken()) {
+                for (PendingResponse* pending : ordered)
+                  pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+                return;
+              }
+              // One body that the server refuses fails the statement for all; then each body is
+              // tried alone, so that it fails alone.
+              for (PendingResponse* pending : ordered)
+                insertAlone(flight, *pending);
+              return;
+            }
+            std::vector<PendingResponse*> found = takeInsertedIds(ordered, rows);
+            announceInserted(ordered);
+            if (!found.empty()) findStored(flight, std::move(found));
+          });
+}
+
+void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
+  const IncomingResponse& response = *pending.response;
+  const std::string status = std::to_string(response.status);
+  const std::string body(response.bodyText);
+  const std::vector<const char*> values = {
+      response.appId.c_str(),
+      response.receivedAt.c_str(),
+      response.url.c_str(),
+      status.c_str(),
+      body.c_str(),
+      response.idempotencyKey.empty() ? nullptr : response.idempotencyKey.c_str()};
+  sendFor(flight, kInsertAlone, values, {&pending},
+          [this, &flight, &pending](const pg_result* rows, const std::string& error) {
+            flight.inserted = true;
+            if (!error.empty()) {
+              pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+              return;
+            }
+            // No row: a key the app used before inserted nothing.
+            if (PQntuples(rows) == 0) return findStored(flight, {&pending});
+            pending.result = StoreResult{StoreResult::Outcome::stored,
+                                         std::strtoll(PQgetvalue(rows, 0, 0), nullptr, 10),
+                                         pending.response->status,
+                                         {}};
+            announceInserted({&pending});
+          });
+}
+
+void PgResponseStore::findStored(Flight& flight, std::vector<PendingResponse*> found) {
   std::vector<std::optional<std::string>> apps, keys;
   for (const PendingResponse* pending : found) {
     apps.emplace_back(pending->response->appId);
     keys.emplace_back(pending->response->idempotencyKey);
   }
-  struct StoredRow {
-    std::int64_t id;
-    int status;
-    std::string body;
-  };
-  std::map<std::pair<std::string, std::string>, StoredRow> stored;
-  try {
-    // The conflicts waited for the other inserts' commits, so their rows are there to read.
-    PgQuery select(connection,
-                   "SELECT s.id, s.status, s.body, s.app_id, s.idempotency_key"
-                   " FROM unnest($1::text[], $2::text[]) AS wanted (app_id, idempotency_key)"
-                   " CROSS JOIN LATERAL (SELECT * FROM survey_responses r"
-                   " WHERE r.app_id = wanted.app_id AND r.idempotency_key = wanted.idempotency_key"
-                   " AND r.idempotency_key IS NOT NULL) AS s",
-                   PgQuery::Planning::eachRun);
-    select.bind("$1", pgArrayLiteral(apps)).bind("$2", pgArrayLiteral(keys));
-    while (select.step()) {
-      stored[std::pair(select.text(3), select.text(4))] =
-          StoredRow{select.integer(0), static_cast<int>(select.integer(1)), select.text(2)};
-    }
-  } catch (const std::exception& e) {
-    for (PendingResponse* pending : found)
-      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
-    return;
-  }
-  for (PendingResponse* pending : found) {
-    const IncomingResponse& response = *pending->response;
-    const auto row = stored.find(std::pair(response.appId, response.idempotencyKey));
-    if (row == stored.end()) {
-      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0,
-                                    "the response stored under the key vanished"};
-      continue;
-    }
-    pending->result =
-        StoreResult{row->second.body == response.bodyText ? StoreResult::Outcome::repeated
-                                                          : StoreResult::Outcome::conflict,
-                    row->second.id,
-                    row->second.status,
-                    {}};
-  }
+  const std::string appArray = pgArrayLiteral(apps);
+  const std::string keyArray = pgArrayLiteral(keys);
+  // Sent once the insert's answer came: the conflicts waited for the other inserts' commits, so
+  // their rows are there to read.
+  sendFor(flight, kFindStored, {appArray.c_str(), keyArray.c_str()}, found,
+          [found](const pg_result* rows, const std::string& error) {
+            if (!error.empty()) {
+              for (PendingResponse* pending : found)
+                pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+              return;
+            }
+            answerFromStored(found, rows);
+          });
 }
 
-void PgResponseStore::insertAlone(PgConnection* connection, PendingResponse& pending) {
-  const IncomingResponse& response = *pending.response;
-  const bool hasKey = !response.idempotencyKey.empty();
-  // One statement, committed on its own; a key the app used before inserts nothing.
-  PgQuery insert(connection,
-                 "INSERT INTO survey_responses"
-                 " (app_id, received_at, url, status, body, idempotency_key)"
-                 " VALUES ($1, $2, $3, $4, $5, $6)"
-                 " ON CONFLICT (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL"
-                 " DO NOTHING RETURNING id");
-  insert.bind("$1", response.appId)
-      .bind("$2", response.receivedAt)
-      .bind("$3", response.url)
-      .bind("$4", response.status)
-      .bind("$5", std::string(response.bodyText))
-      .bind("$6", hasKey ? std::optional(response.idempotencyKey) : std::nullopt);
-  try {
-    if (insert.step()) {
-      pending.result =
-          StoreResult{StoreResult::Outcome::stored, insert.integer(0), response.status, {}};
-      return;
+bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading) const {
+  // A pooled connection that the server dropped since its last use (a restart) fails the first
+  // statement sent on it; the read then goes once more, on a new connection.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const Lease lease(*this);
+    if (!lease.get()) return false;
+    try {
+      reading(lease.get());
+      return true;
+    } catch (const std::exception&) {
+      if (lease.get()->healthy()) return false;
     }
-  } catch (const std::exception& e) {
-    pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, e.what()};
-    return;
   }
-  findStored(connection, {&pending});
+  return false;
 }
 
 std::vector<StoredResponse> PgResponseStore::select(const char* sql,
                                                     const std::vector<std::string>& values) const {
-  const Lease lease(*this);
   std::vector<StoredResponse> result;
-  if (!lease.get()) return result;
-  try {
-    PgQuery query(lease.get(), sql, PgQuery::Planning::eachRun);
+  const bool read = this->read([&](PgConnection* connection) {
+    result.clear();
+    PgQuery query(connection, sql, PgQuery::Planning::eachRun);
     for (std::size_t at = 0; at < values.size(); ++at)
       query.bind(("$" + std::to_string(at + 1)).c_str(), values[at]);
     while (query.step())
       result.push_back(storedRecordAt(query));
-  } catch (const std::exception&) {
-    // A read the database refuses reads as empty, like one of SQLite's.
-  }
+  });
+  // A read the database refuses reads as empty, like one of SQLite's.
+  if (!read) result.clear();
   return result;
 }
 
 ResponsePage PgResponseStore::page(const std::string& appId, std::int64_t after, std::size_t limit,
                                    std::size_t maxBytes) const {
   ResponsePage page;
-  const Lease lease(*this);
-  if (!lease.get()) return page;
-  try {
-    PgQuery select(lease.get(),
+  const bool read = this->read([&](PgConnection* connection) {
+    page = {};
+    PgQuery select(connection,
                    "SELECT id, body FROM survey_responses WHERE app_id = $1 AND id > $2"
                    " ORDER BY id LIMIT $3",
                    PgQuery::Planning::eachRun);
@@ -284,9 +368,8 @@ ResponsePage PgResponseStore::page(const std::string& appId, std::int64_t after,
       bytes += body.size();
       page.entries.push_back({select.integer(0), std::move(body)});
     }
-  } catch (const std::exception&) {
-    return {};
-  }
+  });
+  if (!read) return {};
   return page;
 }
 

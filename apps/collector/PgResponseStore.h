@@ -2,20 +2,31 @@
 
 // The response store on PostgreSQL, which several collector processes may share.
 //
-// Posts that arrive together are inserted by one statement, committed once (see CommitGroup): the
-// bodies go to the server as arrays, so that a batch costs it one round trip and one commit. The
-// idempotency key is unique within an app by a unique index, so the database, not the process,
-// decides which of two collectors that receive the same key stores it; the other finds the stored
-// body and answers as for a repeat or a conflict. Batches insert their keys in one order, so that
-// two collectors' batches never wait for each other in a circle.
+// Posts that arrive together are inserted by one statement and committed once: the bodies go to
+// the server as arrays, so that a batch costs it one round trip and one commit. One thread of the
+// store's own sends the batches over a connection in pipeline mode (PgPipeline): while one batch
+// is in the server, the posts that arrive meanwhile gather into the next, which is sent as soon as
+// it is as large as the one in flight, or when that one's answer comes. So the server goes from one
+// commit to the next without waiting for the collector in between, and the batches stay as large
+// as they would be one at a time. The threads that answer clients hand a body over with what to do
+// once it is committed and go on.
+//
+// The idempotency key is unique within an app by a unique index, so the database, not the
+// process, decides which of two collectors that receive the same key stores it; the other finds
+// the stored body and answers as for a repeat or a conflict. Batches insert their keys in one
+// order, so that two collectors' batches never wait for each other in a circle.
 
+#include <cstddef>
+#include <functional>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "collector/CommitGroup.h"
 #include "collector/PgConnection.h"
+#include "collector/PgPipeline.h"
 #include "collector/ResponseStore.h"
 
 namespace vlq::collector {
@@ -25,6 +36,8 @@ class PgResponseStore final : public ResponseStore {
   // Connects to the database `url` names and creates the responses' table when missing. Null,
   // with `error` filled, when the database cannot be reached or used.
   static std::unique_ptr<PgResponseStore> open(const std::string& url, std::string& error);
+  // Commits what was handed over, and answers it, before it goes.
+  ~PgResponseStore() override;
 
   void storeThen(IncomingResponse response, std::function<void(StoreResult)> done) override;
   ResponsePage page(const std::string& appId, std::int64_t after, std::size_t limit,
@@ -51,23 +64,59 @@ class PgResponseStore final : public ResponseStore {
     std::string error_;
   };
 
+  struct Queued {
+    IncomingResponse response;
+    std::function<void(StoreResult)> done;
+  };
+  // Bodies sent to the server together; answered once every statement sent for them has had its
+  // answer.
+  struct Flight {
+    std::vector<Queued> queued;
+    std::vector<PendingResponse> pending;  // one for each of `queued`, in the same order
+    int awaited = 0;                       // statements sent for it, not yet answered
+    bool inserted = false;                 // its insert has been answered
+  };
+
   PgResponseStore(std::string url, std::unique_ptr<PgConnection> first);
-  // Stores the batch and announces the bodies it stored, in id order.
-  void commit(const std::vector<PendingResponse*>& batch);
-  // Inserts the batch with one statement; false when the server refused it, and then nothing of
-  // it was kept.
-  bool insertTogether(PgConnection* connection, const std::vector<PendingResponse*>& batch);
-  // Answers the posts whose keys the batch found stored already.
-  void findStored(PgConnection* connection, const std::vector<PendingResponse*>& found);
+  // The committing thread: sends the batches and answers them.
+  void commitQueued();
+  // Waits until the server answers or a body arrives that the thread waits for.
+  void waitForWork();
+  void send(Flight& flight);
+  // Inserts the bodies with one statement; each is announced as stored once it is.
+  void insertTogether(Flight& flight, std::vector<PendingResponse*> ordered);
   // One body alone, committed on its own.
-  void insertAlone(PgConnection* connection, PendingResponse& pending);
+  void insertAlone(Flight& flight, PendingResponse& pending);
+  // Answers the posts whose keys the database found stored already.
+  void findStored(Flight& flight, std::vector<PendingResponse*> found);
+  // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
+  // broken. `handler` is called with what the statement answered.
+  bool sendFor(Flight& flight, const std::string& sql, const std::vector<const char*>& values,
+               const std::vector<PendingResponse*>& bodies, PgPipeline::Handler handler);
+  // Announces those of `bodies` just stored, in id order: the order the statements ran in on
+  // the one connection, so the order of the ids.
+  void announceInserted(const std::vector<PendingResponse*>& bodies);
+  // Answers every flight all of whose statements have been answered.
+  void answerFinished(std::list<Flight>& flights);
+  void wake();
+  // Runs `reading` on a pooled connection; false when it failed, or no connection could be made.
+  bool read(const std::function<void(PgConnection*)>& reading) const;
   std::vector<StoredResponse> select(const char* sql, const std::vector<std::string>& values) const;
 
   const std::string url_;
   mutable std::mutex poolMutex_;
   mutable std::vector<std::unique_ptr<PgConnection>> idle_;  // guarded by poolMutex_
-  // Last: its thread commits with everything above, and is stopped first.
-  CommitGroup commits_{[this](const std::vector<PendingResponse*>& batch) { commit(batch); }};
+
+  std::mutex queueMutex_;
+  std::vector<Queued> queue_;  // guarded by queueMutex_
+  // How many queued bodies make the committing thread want to be woken; 0: none. Guarded by
+  // queueMutex_.
+  std::size_t wakeAt_ = 0;
+  bool stopping_ = false;                 // guarded by queueMutex_
+  int wakeFd_ = -1;                       // readable when the committing thread is woken
+  std::unique_ptr<PgPipeline> pipeline_;  // the committing thread's
+  // Last: it commits with everything above.
+  std::thread committer_;
 };
 
 }  // namespace vlq::collector

@@ -49,6 +49,12 @@ struct StoreResult {
   std::string error;
 };
 
+// A body in a batch being committed, and what became of it.
+struct PendingResponse {
+  IncomingResponse* response = nullptr;  // the commit may take what it announces from it
+  StoreResult result;
+};
+
 // One page of an app's bodies, as their stored text.
 struct ResponsePage {
   struct Entry {

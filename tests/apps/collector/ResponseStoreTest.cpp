@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <barrier>
 #include <map>
 #include <mutex>
@@ -128,6 +129,70 @@ TEST(ResponseStore, ABodyTheDatabaseRefusesFailsAloneAmongThoseCommittedWithIt) 
   for (int t = 1; t < kThreads; ++t)
     EXPECT_EQ(results[t].outcome, Outcome::stored) << results[t].error;
   EXPECT_EQ(store->all("app").size(), static_cast<std::size_t>(kThreads - 1));
+}
+
+TEST(ResponseStore, ClientsRetryingThroughABrokenDatabaseConnectionStoreEachKeyOnce) {
+  test::TestDatabase database;
+  if (!database.onPostgres()) GTEST_SKIP() << "an SQLite file has no connection to break";
+  std::string error;
+  // Named, so that the test can end the server's side of the store's connections.
+  auto store = openResponseStore(database.location() + "&application_name=vlq_broken_link", error);
+  ASSERT_TRUE(store) << error;
+
+  // Each client posts under its own keys and posts again whatever failed, as a client of the
+  // service does, while the server ends the store's connections twice.
+  constexpr int kThreads = 8;
+  constexpr int kPosts = 40;
+  std::atomic<int> posted{0};
+  std::vector<std::map<std::string, StoreResult>> answers(kThreads);
+  std::vector<int> failures(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int n = 0; n < kPosts; ++n) {
+        const std::string key = std::to_string(t) + "-" + std::to_string(n);
+        const std::string body = R"({"key": ")" + key + R"("})";
+        StoreResult result;
+        for (int attempt = 0; attempt < 5; ++attempt) {
+          result = store->store({"app", "2024-05-01T10:00:00.000Z", "/v2/api/survey-response", 200,
+                                 body, key, nullptr});
+          if (result.outcome != Outcome::failed) break;
+          EXPECT_FALSE(result.error.empty());
+          ++failures[t];
+        }
+        answers[t][key] = result;
+        ++posted;
+      }
+    });
+  }
+  const std::string endConnections =
+      "SELECT pg_terminate_backend(pid) FROM pg_stat_activity"
+      " WHERE application_name = 'vlq_broken_link'";
+  for (const int after : {kThreads * kPosts / 4, kThreads * kPosts / 2}) {
+    while (posted < after)
+      std::this_thread::yield();
+    database.executeOnResults(endConnections);
+  }
+  for (auto& thread : threads)
+    thread.join();
+
+  std::map<std::string, std::int64_t> stored;
+  for (const StoredResponse& kept : store->all("app")) {
+    EXPECT_TRUE(stored.emplace(kept.idempotencyKey, kept.id).second)
+        << kept.idempotencyKey << " stored twice";
+  }
+  int failed = 0;
+  for (int t = 0; t < kThreads; ++t) {
+    failed += failures[t];
+    for (const auto& [key, result] : answers[t]) {
+      ASSERT_NE(result.outcome, Outcome::failed) << key << ": " << result.error;
+      // A retry finds what an answer lost to the break had stored.
+      EXPECT_TRUE(result.outcome == Outcome::stored || result.outcome == Outcome::repeated);
+      EXPECT_EQ(result.id, stored[key]) << key;
+    }
+  }
+  EXPECT_EQ(stored.size(), static_cast<std::size_t>(kThreads * kPosts));
+  EXPECT_LT(failed, kThreads * kPosts / 4) << "most posts go through, before and after the breaks";
 }
 
 }  // namespace
