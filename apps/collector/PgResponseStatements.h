@@ -48,8 +48,8 @@ std::array<std::string, 6> insertTogetherArrays(const std::vector<PendingRespons
 // not insert, whose keys the app used before.
 std::vector<PendingResponse*> takeInsertedIds(const std::vector<PendingResponse*>& ordered,
                                               const pg_result* rows);
-// Answers each of `found` from kFindStored's `rows`: a repeat when the stored body is the same,
+// Answers each of `found` from the rows of kFindStored: a repeat when the stored body is the same,
 // a conflict otherwise.
-void answerFromStored(const std::vector<PendingResponse*>& found, const pg_result* rows);
+void answerFromStored(const std::vector<PendingResponse*>& found, PgQuery& rows);
 
 }  // namespace vlq::collector

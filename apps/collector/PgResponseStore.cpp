@@ -106,22 +106,14 @@ void PgResponseStore::commitQueued() {
   while (true) {
     answerFinished(flights);
     std::unique_lock lock(queueMutex_);
-    // With no insert in flight, a body goes at once. With one batch being inserted, the next goes
-    // when it has grown as large: sent later, it would make the server wait; sooner, it would
-    // cost a commit for fewer bodies. A batch whose keys are being looked up after its insert
-    // does not count: it is out of the inserts' way.
-    std::size_t inserting = 0;
-    std::size_t lastSize = 0;
-    for (const Flight& flight : flights) {
-      if (flight.awaited == 0 || flight.inserted) continue;
-      ++inserting;
-      lastSize = flight.pending.size();
-    }
+    // With nothing in flight, a body goes at once. With one batch in flight, the next goes when
+    // it has grown as large: sent later, it would make the server wait; sooner, it would cost a
+    // commit for fewer bodies.
     std::size_t wanted = 0;  // never
-    if (inserting == 0) {
+    if (flights.empty()) {
       wanted = 1;
-    } else if (inserting < kMaxInFlight) {
-      wanted = stopping_ ? 1 : lastSize;
+    } else if (flights.size() < kMaxInFlight) {
+      wanted = stopping_ ? 1 : flights.back().pending.size();
     }
     if (wanted != 0 && queue_.size() >= wanted) {
       wakeAt_ = 0;
@@ -215,21 +207,21 @@ bool PgResponseStore::sendFor(Flight& flight, const std::string& sql,
                               const std::vector<const char*>& values,
                               const std::vector<PendingResponse*>& bodies,
                               PgPipeline::Handler handler) {
-  const bool sent = pipeline_->send(
-      sql, values,
-      [&flight, bodies, handler = std::move(handler)](const pg_result* rows,
-                                                      const std::string& error) {
-        --flight.awaited;
-        try {
-          handler(rows, error);
-        } catch (...) {
-          // Out of memory while reading the answer: what is not answered yet fails.
-          for (PendingResponse* pending : bodies) {
-            if (pending->result.outcome == StoreResult::Outcome::failed)
-              pending->result.error = "the commit was interrupted";
-          }
-        }
-      });
+  const bool sent =
+      pipeline_->send(sql, values,
+                      [&flight, bodies, handler = std::move(handler)](const pg_result* rows,
+                                                                      const std::string& error) {
+                        --flight.awaited;
+                        try {
+                          handler(rows, error);
+                        } catch (...) {
+                          // Out of memory while reading the answer: what is not answered yet fails.
+                          for (PendingResponse* pending : bodies) {
+                            if (pending->result.outcome == StoreResult::Outcome::failed)
+                              pending->result.error = "the commit was interrupted";
+                          }
+                        }
+                      });
   if (!sent) {
     for (PendingResponse* pending : bodies)
       pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline_->brokenBecause()};
@@ -247,7 +239,6 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
                                            arrays[3].c_str(), arrays[4].c_str(), arrays[5].c_str()};
   sendFor(flight, kInsertTogether, values, ordered,
           [this, &flight, ordered](const pg_result* rows, const std::string& error) {
-            flight.inserted = true;
             if (!error.empty()) {
               if (pipeline_->broken()) {
                 for (PendingResponse* pending : ordered)
@@ -262,7 +253,7 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
             }
             std::vector<PendingResponse*> found = takeInsertedIds(ordered, rows);
             announceInserted(ordered);
-            if (!found.empty()) findStored(flight, std::move(found));
+            if (!found.empty()) findStored(found);
           });
 }
 
@@ -278,14 +269,13 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
       body.c_str(),
       response.idempotencyKey.empty() ? nullptr : response.idempotencyKey.c_str()};
   sendFor(flight, kInsertAlone, values, {&pending},
-          [this, &flight, &pending](const pg_result* rows, const std::string& error) {
-            flight.inserted = true;
+          [this, &pending](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
               return;
             }
             // No row: a key the app used before inserted nothing.
-            if (PQntuples(rows) == 0) return findStored(flight, {&pending});
+            if (PQntuples(rows) == 0) return findStored({&pending});
             pending.result = StoreResult{StoreResult::Outcome::stored,
                                          std::strtoll(PQgetvalue(rows, 0, 0), nullptr, 10),
                                          pending.response->status,
@@ -294,37 +284,42 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
           });
 }
 
-void PgResponseStore::findStored(Flight& flight, std::vector<PendingResponse*> found) {
+void PgResponseStore::findStored(const std::vector<PendingResponse*>& found) {
   std::vector<std::optional<std::string>> apps, keys;
   for (const PendingResponse* pending : found) {
     apps.emplace_back(pending->response->appId);
     keys.emplace_back(pending->response->idempotencyKey);
   }
-  const std::string appArray = pgArrayLiteral(apps);
-  const std::string keyArray = pgArrayLiteral(keys);
-  // Sent once the insert's answer came: the conflicts waited for the other inserts' commits, so
-  // their rows are there to read.
-  sendFor(flight, kFindStored, {appArray.c_str(), keyArray.c_str()}, found,
-          [found](const pg_result* rows, const std::string& error) {
-            if (!error.empty()) {
-              for (PendingResponse* pending : found)
-                pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
-              return;
-            }
-            answerFromStored(found, rows);
-          });
+  // Read at once on a connection of the pool, not behind the next insert in the pipeline: the
+  // conflicts waited for the other inserts' commits, so their rows are there to read.
+  std::string error;
+  const bool read = this->read(
+      [&](PgConnection* connection) {
+        PgQuery select(connection, kFindStored.c_str(), PgQuery::Planning::eachRun);
+        select.bind("$1", pgArrayLiteral(apps)).bind("$2", pgArrayLiteral(keys));
+        answerFromStored(found, select);
+      },
+      &error);
+  if (read) return;
+  for (PendingResponse* pending : found)
+    pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
 }
 
-bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading) const {
+bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading,
+                           std::string* error) const {
   // A pooled connection that the server dropped since its last use (a restart) fails the first
   // statement sent on it; the read then goes once more, on a new connection.
   for (int attempt = 0; attempt < 2; ++attempt) {
     const Lease lease(*this);
-    if (!lease.get()) return false;
+    if (!lease.get()) {
+      if (error) *error = lease.error();
+      return false;
+    }
     try {
       reading(lease.get());
       return true;
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
+      if (error) *error = e.what();
       if (lease.get()->healthy()) return false;
     }
   }

@@ -74,7 +74,6 @@ class PgResponseStore final : public ResponseStore {
     std::vector<Queued> queued;
     std::vector<PendingResponse> pending;  // one for each of `queued`, in the same order
     int awaited = 0;                       // statements sent for it, not yet answered
-    bool inserted = false;                 // its insert has been answered
   };
 
   PgResponseStore(std::string url, std::unique_ptr<PgConnection> first);
@@ -88,7 +87,7 @@ class PgResponseStore final : public ResponseStore {
   // One body alone, committed on its own.
   void insertAlone(Flight& flight, PendingResponse& pending);
   // Answers the posts whose keys the database found stored already.
-  void findStored(Flight& flight, std::vector<PendingResponse*> found);
+  void findStored(const std::vector<PendingResponse*>& found);
   // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
   // broken. `handler` is called with what the statement answered.
   bool sendFor(Flight& flight, const std::string& sql, const std::vector<const char*>& values,
@@ -99,8 +98,9 @@ class PgResponseStore final : public ResponseStore {
   // Answers every flight all of whose statements have been answered.
   void answerFinished(std::list<Flight>& flights);
   void wake();
-  // Runs `reading` on a pooled connection; false when it failed, or no connection could be made.
-  bool read(const std::function<void(PgConnection*)>& reading) const;
+  // Runs `reading` on a pooled connection; false, with `error` filled when given, when it failed
+  // or no connection could be made.
+  bool read(const std::function<void(PgConnection*)>& reading, std::string* error = nullptr) const;
   std::vector<StoredResponse> select(const char* sql, const std::vector<std::string>& values) const;
 
   const std::string url_;
