@@ -64,6 +64,8 @@ int PgPipeline::socket() const {
 bool PgPipeline::send(const std::string& sql, const std::vector<const char*>& values,
                       Handler handler) {
   if (broken_) return false;
+  // Awaited before it is sent, so that no answer can come for a statement nobody awaits.
+  awaited_.push_back(Awaited{std::move(handler)});
   pg_conn* connection = connection_->get();
   const int count = static_cast<int>(values.size());
   const auto prepared = prepared_.find(sql);
@@ -75,10 +77,10 @@ bool PgPipeline::send(const std::string& sql, const std::vector<const char*>& va
   // The sync ends the statement's transaction, so that it commits on its own; it also flushes
   // what was sent to the server.
   if (!sent || !PQpipelineSync(connection)) {
+    awaited_.pop_back();  // its handler is not called: the caller hears of it from the false
     breakOff(connection_->lastError());
     return false;
   }
-  awaited_.push_back(Awaited{std::move(handler)});
   return true;
 }
 
@@ -112,7 +114,7 @@ void PgPipeline::receive(bool readSocket) {
     const Result own(answered.result);
     answered.handler(own.get(), failed(own.get()) ? messageOf(own.get()) : std::string());
   }
-  if (PQstatus(connection) != CONNECTION_OK) breakOff(connection_->lastError());
+  if (!broken_ && PQstatus(connection) != CONNECTION_OK) breakOff(connection_->lastError());
 }
 
 void PgPipeline::breakOff(const std::string& error) {
