@@ -37,7 +37,7 @@ class PgBackend {
     const std::int64_t floor =
         !found_.empty() && now - found_.front().first >= kSettle ? found_.front().second : 0;
     PgResultsQuery last(
-        connection_.get(),
+        handle(),
         "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
         " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
         " (SELECT MAX(id) FROM survey_responses), 0)");
@@ -47,10 +47,16 @@ class PgBackend {
     return read;
   }
 
-  explicit PgBackend(std::unique_ptr<PgConnection> connection)
-      : connection_(std::move(connection)) {}
+  PgBackend(std::string url, std::unique_ptr<PgConnection> connection)
+      : url_(std::move(url)), connection_(std::move(connection)) {}
 
-  PgConnection* handle() const { return connection_.get(); }
+  // The connection, made again when the server dropped it (a restart): the statement that found
+  // it dropped failed, and the next work goes on a new one. Not within a transaction, whose
+  // statements must all go on the connection that began it.
+  PgConnection* handle() {
+    if (!inTransaction_) reconnectIfDropped();
+    return connection_.get();
+  }
   std::int64_t changes() const { return connection_->changes(); }
   // One statement for all the rows: each column goes to the server as an array, unnested into
   // rows, so that the rows cost one round trip.
@@ -66,7 +72,7 @@ class PgBackend {
         "INSERT INTO " + std::string(rows.table()) + " (" + rows.columnNames() +
         ") SELECT * FROM unnest(" + arrays + ") " + rows.tail() +
         (tellInserted ? " RETURNING " + std::string(rows.columns().front().name) : std::string());
-    PgQuery insert(connection_.get(), sql.c_str());
+    PgQuery insert(handle(), sql.c_str());
     std::vector<std::optional<std::string>> values;
     values.reserve(rows.rows().size());
     for (std::size_t column = 0; column < rows.columns().size(); ++column) {
@@ -83,8 +89,8 @@ class PgBackend {
   // collectors sharing the database do not all do the same work at once.
   bool beginCatchUp(bool wait) {
     try {
-      PgQuery lock(connection_.get(), wait ? "SELECT pg_advisory_lock(1986815844), true"
-                                           : "SELECT true, pg_try_advisory_lock(1986815844)");
+      PgQuery lock(handle(), wait ? "SELECT pg_advisory_lock(1986815844), true"
+                                  : "SELECT true, pg_try_advisory_lock(1986815844)");
       return lock.step() && lock.text(1) == "t";
     } catch (const std::exception&) {
       // Without the lock the work is done all the same; the writes are safe to repeat.
@@ -93,20 +99,34 @@ class PgBackend {
   }
   void endCatchUp() {
     try {
-      executePg(connection_.get(), "SELECT pg_advisory_unlock(1986815844)");
+      executePg(handle(), "SELECT pg_advisory_unlock(1986815844)");
     } catch (const std::exception&) {
       // A broken connection has lost its locks with it.
     }
   }
   template <typename Work>
   bool transaction(std::string& error, Work&& work) {
+    reconnectIfDropped();
+    struct Within {
+      bool& flag;
+      ~Within() { flag = false; }
+    } within{inTransaction_ = true};
     return inPgTransaction(connection_.get(), error, std::forward<Work>(work));
   }
 
  private:
   static constexpr auto kSettle = std::chrono::seconds(60);
 
+  void reconnectIfDropped() {
+    if (connection_->healthy()) return;
+    std::string error;
+    // Kept as it is when the server cannot be reached: the work fails, and the next tries again.
+    if (auto fresh = PgConnection::open(url_, error)) connection_ = std::move(fresh);
+  }
+
+  const std::string url_;
   std::unique_ptr<PgConnection> connection_;
+  bool inTransaction_ = false;
   // What lastResponseRead found, and when, oldest first.
   std::deque<std::pair<std::chrono::steady_clock::time_point, std::int64_t>> found_;
 };
@@ -122,7 +142,7 @@ std::unique_ptr<ResultsStore> openPgResultsStore(const std::string& url, std::st
   if (!connection || !createPgTables(connection.get(), schema.c_str(), error)) {
     return nullptr;
   }
-  return std::make_unique<SqlResultsStore<PgBackend>>(PgBackend(std::move(connection)));
+  return std::make_unique<SqlResultsStore<PgBackend>>(PgBackend(url, std::move(connection)));
 }
 
 }  // namespace vlq::collector

@@ -23,10 +23,10 @@ void ResultsFixture::storeReceived(const std::string& appId, const std::string& 
   database.insertResponse(appId, receivedAt, body.dump());
 }
 
-CollectorServer& ResultsFixture::start(const std::string& document) {
+CollectorServer& ResultsFixture::start(const std::string& document, const std::string& urlTail) {
   server_.reset();
   CollectorOptions options;
-  options.database = database.location();
+  options.database = database.location() + (database.onPostgres() ? urlTail : std::string());
   options.configDocument = document;
   std::string error;
   server_ = CollectorServer::start(options, &error);

@@ -28,8 +28,9 @@ class ResultsFixture : public ::testing::Test {
   // Stores `body` for `appId` as received at `receivedAt` ("2024-05-01T10:00:00.000Z"), straight
   // into the database, as a collector before this one would have.
   void storeReceived(const std::string& appId, const std::string& receivedAt, const Json& body);
-  // (Re)starts the collector on the database, serving `document`.
-  CollectorServer& start(const std::string& document);
+  // (Re)starts the collector on the database, serving `document`; `urlTail` ("&name=value")
+  // goes after a PostgreSQL database's URL.
+  CollectorServer& start(const std::string& document, const std::string& urlTail = {});
   void stop() { server_.reset(); }
   std::string baseUrl() const { return server_->baseUrl(); }
 

@@ -316,6 +316,43 @@ TEST_F(ResultsTest, EveryResponseStoredBeforeARequestCountsOnceWhilePostsArriveA
   EXPECT_EQ(getJson("/v2/api/results?appId=app&survey=s1"), counted);
 }
 
+TEST_F(ResultsTest, ResponsesAndResultsGoOnAfterTheDatabaseDropsTheCollectorsConnections) {
+  if (!database.onPostgres()) GTEST_SKIP() << "an SQLite file has no connection to drop";
+  // Named, so that the test can end the server's side of the collector's connections.
+  CollectorServer& collector = start(kDocument, "&application_name=vlq_dropped_link");
+  httplib::Client client(baseUrl());
+  // Posts under keys, each again until it is answered 200, as a host's outbox does.
+  const auto postUntilStored = [&](int n) {
+    const Json posted = body("s1", Json::array({answered(1, Json::array({"b"}))}), n);
+    const httplib::Headers headers = {{"Idempotency-Key", "key-" + std::to_string(n)}};
+    for (int attempt = 0; attempt < 5; ++attempt) {
+      auto result = client.Post("/v2/api/survey-response?appId=app", headers, posted.dump(),
+                                "application/json");
+      if (result && result->status == 200) return true;
+    }
+    return false;
+  };
+  // A read the dropped connection failed is answered again once the collector has a new one.
+  const auto responsesCounted = [&] {
+    for (int attempt = 0; attempt < 5; ++attempt) {
+      auto result = client.Get("/v2/api/results?appId=app&survey=s1");
+      if (result && result->status == 200) return Json::parse(result->body)["responses"].get<int>();
+    }
+    return -1;
+  };
+  for (int n = 0; n < 3; ++n)
+    ASSERT_TRUE(postUntilStored(n));
+  ASSERT_EQ(responsesCounted(), 3);
+
+  database.executeOnResults(
+      "SELECT pg_terminate_backend(pid) FROM pg_stat_activity"
+      " WHERE application_name = 'vlq_dropped_link'");
+  for (int n = 3; n < 6; ++n)
+    ASSERT_TRUE(postUntilStored(n));
+  EXPECT_EQ(responsesCounted(), 6);
+  EXPECT_EQ(collector.responses("app").size(), 6u);
+}
+
 TEST(CalendarDay, DaysAreRealDatesOfTheProlepticCalendarInUtc) {
   EXPECT_EQ(utcDayOfMilliseconds(0), "1970-01-01");
   EXPECT_EQ(utcDayOfMilliseconds(-1), "1969-12-31");
