@@ -20,14 +20,19 @@ std::string messageOf(const pg_conn* connection) {
 void check(pg_result* result, const PgConnection* connection) {
   const ExecStatusType status = PQresultStatus(result);
   if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK) return;
-  std::string message = result ? PQresultErrorMessage(result) : "";
+  const std::string message = pgResultError(result);
   PQclear(result);
-  while (!message.empty() && message.back() == '\n')
-    message.pop_back();
   throw std::runtime_error(message.empty() ? connection->lastError() : message);
 }
 
 }  // namespace
+
+std::string pgResultError(const pg_result* result) {
+  std::string message = result ? PQresultErrorMessage(result) : "";
+  while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
+    message.pop_back();
+  return message;
+}
 
 bool isPostgresLocation(const std::string& location) {
   return location.rfind("postgresql://", 0) == 0 || location.rfind("postgres://", 0) == 0;

@@ -98,6 +98,10 @@ class PgQuery {
   int row_ = -1;
 };
 
+// The server's message for a failed `result`, without its trailing newline; empty when there is
+// none (a null result).
+std::string pgResultError(const pg_result* result);
+
 // The text of an array of `values` for a parameter cast to an array type ("$1::text[]"): each value
 // quoted, none as NULL. A statement given arrays of the same length inserts many rows at once.
 std::string pgArrayLiteral(const std::vector<std::optional<std::string>>& values);

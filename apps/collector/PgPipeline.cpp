@@ -19,9 +19,7 @@ bool failed(const pg_result* result) {
 }
 
 std::string messageOf(const pg_result* result) {
-  std::string message = result ? PQresultErrorMessage(result) : "";
-  while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
-    message.pop_back();
+  std::string message = pgResultError(result);
   return message.empty() ? "the database did not run the statement" : message;
 }
 

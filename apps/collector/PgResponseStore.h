@@ -6,10 +6,10 @@
 // the server as arrays, so that a batch costs it one round trip and one commit. One thread of the
 // store's own sends the batches over a connection in pipeline mode (PgPipeline): while one batch
 // is in the server, the posts that arrive meanwhile gather into the next, which is sent as soon as
-// it is as large as the one in flight, or when that one's answer comes. So the server goes from one
-// commit to the next without waiting for the collector in between, and the batches stay as large
-// as they would be one at a time. The threads that answer clients hand a body over with what to do
-// once it is committed and go on.
+// it is as large as the one in flight, or when that one's answer comes. So a batch need not wait
+// for the answer to the one before to reach the server, which starts on it as soon as it has
+// committed that one, and the batches stay as large as they would be one at a time. The threads
+// that answer clients hand a body over with what to do once it is committed and go on.
 //
 // The idempotency key is unique within an app by a unique index, so the database, not the
 // process, decides which of two collectors that receive the same key stores it; the other finds
