@@ -102,24 +102,42 @@ void PgResponseStore::storeThen(IncomingResponse response, std::function<void(St
 }
 
 void PgResponseStore::commitQueued() {
-  std::list<Flight> flights;  // sent, not yet answered; references to them stay valid
+  std::list<Flight> flights;           // sent, not yet answered; references to them stay valid
+  Clock::time_point gatheringSince{};  // when the batch being gathered began to wait; 0: none
   while (true) {
     answerFinished(flights);
     std::unique_lock lock(queueMutex_);
-    // With nothing in flight, a body goes at once. With one batch in flight, the next goes when
-    // it has grown as large: sent later, it would make the server wait; sooner, it would cost a
-    // commit for fewer bodies.
+    const Clock::time_point now = Clock::now();
+    // With one batch in flight, the next goes when it has grown as large: sent later, it would
+    // make the server wait; sooner, it would cost a commit for fewer bodies. The posts answered
+    // since the last batch went are likely to come back soon (a client posts its next body once
+    // answered), so a batch also waits for as many, and with nothing in flight at most half a
+    // commit's round trip: on a busy server a commit costs more than the wait.
     std::size_t wanted = 0;  // never
-    if (flights.empty()) {
+    std::optional<Clock::time_point> sendBy;
+    if (stopping_) {
+      wanted = flights.size() < kMaxInFlight ? 1 : 0;
+    } else if (flights.empty()) {
       wanted = 1;
+      if (!queue_.empty() && queue_.size() < returning_) {
+        if (gatheringSince == Clock::time_point{}) gatheringSince = now;
+        const Clock::time_point deadline = gatheringSince + lastRoundTrip_ / 2;
+        if (now < deadline) {
+          wanted = returning_;
+          sendBy = deadline;
+        }
+      }
     } else if (flights.size() < kMaxInFlight) {
-      wanted = stopping_ ? 1 : flights.back().pending.size();
+      wanted = std::max(flights.back().pending.size(), returning_);
     }
     if (wanted != 0 && queue_.size() >= wanted) {
       wakeAt_ = 0;
       Flight& flight = flights.emplace_back();
       flight.queued.swap(queue_);
       lock.unlock();
+      gatheringSince = {};
+      returning_ = 0;
+      flight.sentAt = now;
       for (Queued& queued : flight.queued)
         flight.pending.push_back(PendingResponse{&queued.response, {}});
       try {
@@ -136,14 +154,21 @@ void PgResponseStore::commitQueued() {
     if (stopping_ && flights.empty()) return;
     wakeAt_ = wanted;
     lock.unlock();
-    waitForWork();
+    waitForWork(sendBy);
   }
 }
 
-void PgResponseStore::waitForWork() {
+void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
   const bool answersDue = pipeline_ && pipeline_->waiting();
   pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {answersDue ? pipeline_->socket() : -1, POLLIN, 0}};
-  if (poll(waits, 2, -1) < 0) return;  // interrupted: the caller looks again
+  timespec timeout{};
+  if (until) {
+    const auto left = std::max(Clock::duration::zero(), *until - Clock::now());
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+    timeout.tv_sec = seconds.count();
+    timeout.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count();
+  }
+  if (ppoll(waits, 2, until ? &timeout : nullptr, nullptr) < 0) return;  // interrupted
   if (waits[0].revents != 0) {
     std::uint64_t wakes = 0;
     [[maybe_unused]] const auto got = ::read(wakeFd_, &wakes, sizeof wakes);
@@ -181,6 +206,8 @@ void PgResponseStore::answerFinished(std::list<Flight>& flights) {
         // What is done with a result is the caller's; the next bodies are answered all the same.
       }
     }
+    returning_ += flight->queued.size();
+    lastRoundTrip_ = Clock::now() - flight->sentAt;
     flight = flights.erase(flight);
   }
 }

@@ -8,19 +8,24 @@
 // is in the server, the posts that arrive meanwhile gather into the next, which is sent as soon as
 // it is as large as the one in flight, or when that one's answer comes. So a batch need not wait
 // for the answer to the one before to reach the server, which starts on it as soon as it has
-// committed that one, and the batches stay as large as they would be one at a time. The threads
-// that answer clients hand a body over with what to do once it is committed and go on.
+// committed that one, and the batches stay as large as they would be one at a time. A batch also
+// waits, briefly, for the posts of the clients answered since the last one went: with few clients
+// per collector, one commit for each of their posts would cost the server more than the wait.
+// The threads that answer clients hand a body over with what to do once it is committed and go
+// on.
 //
 // The idempotency key is unique within an app by a unique index, so the database, not the
 // process, decides which of two collectors that receive the same key stores it; the other finds
 // the stored body and answers as for a repeat or a conflict. Batches insert their keys in one
 // order, so that two collectors' batches never wait for each other in a circle.
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,6 +69,7 @@ class PgResponseStore final : public ResponseStore {
     std::string error_;
   };
 
+  using Clock = std::chrono::steady_clock;
   struct Queued {
     IncomingResponse response;
     std::function<void(StoreResult)> done;
@@ -74,13 +80,14 @@ class PgResponseStore final : public ResponseStore {
     std::vector<Queued> queued;
     std::vector<PendingResponse> pending;  // one for each of `queued`, in the same order
     int awaited = 0;                       // statements sent for it, not yet answered
+    Clock::time_point sentAt;
   };
 
   PgResponseStore(std::string url, std::unique_ptr<PgConnection> first);
   // The committing thread: sends the batches and answers them.
   void commitQueued();
-  // Waits until the server answers or a body arrives that the thread waits for.
-  void waitForWork();
+  // Waits until the server answers, a body arrives that the thread waits for, or `until`.
+  void waitForWork(std::optional<Clock::time_point> until);
   void send(Flight& flight);
   // Inserts the bodies with one statement; each is announced as stored once it is.
   void insertTogether(Flight& flight, std::vector<PendingResponse*> ordered);
@@ -115,6 +122,10 @@ class PgResponseStore final : public ResponseStore {
   bool stopping_ = false;                 // guarded by queueMutex_
   int wakeFd_ = -1;                       // readable when the committing thread is woken
   std::unique_ptr<PgPipeline> pipeline_;  // the committing thread's
+  // The committing thread's: bodies answered since the last batch went, and how long the last
+  // answered batch took from being sent to its answer.
+  std::size_t returning_ = 0;
+  Clock::duration lastRoundTrip_{};
   // Last: it commits with everything above.
   std::thread committer_;
 };
