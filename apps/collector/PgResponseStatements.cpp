@@ -89,16 +89,16 @@ std::vector<PendingResponse*> takeInsertedIds(const std::vector<PendingResponse*
   return found;
 }
 
-void answerFromStored(const std::vector<PendingResponse*>& found, PgQuery& rows) {
+void answerFromStored(const std::vector<PendingResponse*>& found, const pg_result* rows) {
   struct StoredRow {
     std::int64_t id;
     int status;
     std::string body;
   };
   std::map<std::pair<std::string, std::string>, StoredRow> stored;
-  while (rows.step()) {
-    stored[std::pair(rows.text(3), rows.text(4))] =
-        StoredRow{rows.integer(0), static_cast<int>(rows.integer(1)), rows.text(2)};
+  for (int row = 0; row < PQntuples(rows); ++row) {
+    stored[std::pair(textAt(rows, row, 3), textAt(rows, row, 4))] = StoredRow{
+        integerAt(rows, row, 0), static_cast<int>(integerAt(rows, row, 1)), textAt(rows, row, 2)};
   }
   for (PendingResponse* pending : found) {
     const IncomingResponse& response = *pending->response;

@@ -31,7 +31,8 @@ inline const std::string kInsertAlone =
     " VALUES ($1, $2, $3, $4, $5, $6)"
     " ON CONFLICT (app_id, idempotency_key) WHERE idempotency_key IS NOT NULL"
     " DO NOTHING RETURNING id";
-// Planned at each run (not prepared): a plan made while the table was small would scan it all.
+// The stored rows of the keys given. To be planned at each run: a plan made while the table was
+// small would scan it all.
 inline const std::string kFindStored =
     "SELECT s.id, s.status, s.body, s.app_id, s.idempotency_key"
     " FROM unnest($1::text[], $2::text[]) AS wanted (app_id, idempotency_key)"
@@ -50,6 +51,6 @@ std::vector<PendingResponse*> takeInsertedIds(const std::vector<PendingResponse*
                                               const pg_result* rows);
 // Answers each of `found` from the rows of kFindStored: a repeat when the stored body is the same,
 // a conflict otherwise.
-void answerFromStored(const std::vector<PendingResponse*>& found, PgQuery& rows);
+void answerFromStored(const std::vector<PendingResponse*>& found, const pg_result* rows);
 
 }  // namespace vlq::collector

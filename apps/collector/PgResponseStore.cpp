@@ -159,8 +159,10 @@ void PgResponseStore::commitQueued() {
 }
 
 void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
-  const bool answersDue = pipeline_ && pipeline_->waiting();
-  pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {answersDue ? pipeline_->socket() : -1, POLLIN, 0}};
+  const auto due = [](const std::unique_ptr<PgPipeline>& pipeline) {
+    return pipeline && pipeline->waiting() ? pipeline->socket() : -1;
+  };
+  pollfd waits[3] = {{wakeFd_, POLLIN, 0}, {due(pipeline_), POLLIN, 0}, {due(lookups_), POLLIN, 0}};
   timespec timeout{};
   if (until) {
     const auto left = std::max(Clock::duration::zero(), *until - Clock::now());
@@ -168,12 +170,13 @@ void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
     timeout.tv_sec = seconds.count();
     timeout.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count();
   }
-  if (ppoll(waits, 2, until ? &timeout : nullptr, nullptr) < 0) return;  // interrupted
+  if (ppoll(waits, 3, until ? &timeout : nullptr, nullptr) < 0) return;  // interrupted
   if (waits[0].revents != 0) {
     std::uint64_t wakes = 0;
     [[maybe_unused]] const auto got = ::read(wakeFd_, &wakes, sizeof wakes);
   }
-  if (answersDue && waits[1].revents != 0) pipeline_->receive(true);
+  if (waits[1].fd >= 0 && waits[1].revents != 0) pipeline_->receive(true);
+  if (waits[2].fd >= 0 && waits[2].revents != 0) lookups_->receive(true);
 }
 
 void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodies) {
@@ -191,6 +194,7 @@ void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodi
 void PgResponseStore::answerFinished(std::list<Flight>& flights) {
   // Answers that a statement sent meanwhile read along with its own are handed over first.
   if (pipeline_) pipeline_->receive(false);
+  if (lookups_) lookups_->receive(false);
   for (auto flight = flights.begin(); flight != flights.end();) {
     if (flight->awaited != 0) {
       ++flight;
@@ -230,28 +234,27 @@ void PgResponseStore::send(Flight& flight) {
   insertTogether(flight, std::move(bodies));
 }
 
-bool PgResponseStore::sendFor(Flight& flight, const std::string& sql,
+bool PgResponseStore::sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
                               const std::vector<const char*>& values,
                               const std::vector<PendingResponse*>& bodies,
                               PgPipeline::Handler handler) {
-  const bool sent =
-      pipeline_->send(sql, values,
-                      [&flight, bodies, handler = std::move(handler)](const pg_result* rows,
-                                                                      const std::string& error) {
-                        --flight.awaited;
-                        try {
-                          handler(rows, error);
-                        } catch (...) {
-                          // Out of memory while reading the answer: what is not answered yet fails.
-                          for (PendingResponse* pending : bodies) {
-                            if (pending->result.outcome == StoreResult::Outcome::failed)
-                              pending->result.error = "the commit was interrupted";
-                          }
-                        }
-                      });
+  auto answered = [&flight, bodies, handler = std::move(handler)](const pg_result* rows,
+                                                                  const std::string& error) {
+    --flight.awaited;
+    try {
+      handler(rows, error);
+    } catch (...) {
+      // Out of memory while reading the answer: what is not answered yet fails.
+      for (PendingResponse* pending : bodies) {
+        if (pending->result.outcome == StoreResult::Outcome::failed)
+          pending->result.error = "the commit was interrupted";
+      }
+    }
+  };
+  const bool sent = pipeline.send(sql, values, std::move(answered));
   if (!sent) {
     for (PendingResponse* pending : bodies)
-      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline_->brokenBecause()};
+      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline.brokenBecause()};
     return false;
   }
   ++flight.awaited;
@@ -264,7 +267,7 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
   const std::array<std::string, 6> arrays = insertTogetherArrays(ordered);
   const std::vector<const char*> values = {arrays[0].c_str(), arrays[1].c_str(), arrays[2].c_str(),
                                            arrays[3].c_str(), arrays[4].c_str(), arrays[5].c_str()};
-  sendFor(flight, kInsertTogether, values, ordered,
+  sendFor(*pipeline_, flight, kInsertTogether, values, ordered,
           [this, &flight, ordered](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               if (pipeline_->broken()) {
@@ -280,7 +283,7 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
             }
             std::vector<PendingResponse*> found = takeInsertedIds(ordered, rows);
             announceInserted(ordered);
-            if (!found.empty()) findStored(found);
+            if (!found.empty()) findStored(flight, found);
           });
 }
 
@@ -295,14 +298,14 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
       status.c_str(),
       body.c_str(),
       response.idempotencyKey.empty() ? nullptr : response.idempotencyKey.c_str()};
-  sendFor(flight, kInsertAlone, values, {&pending},
-          [this, &pending](const pg_result* rows, const std::string& error) {
+  sendFor(*pipeline_, flight, kInsertAlone, values, {&pending},
+          [this, &flight, &pending](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
               return;
             }
             // No row: a key the app used before inserted nothing.
-            if (PQntuples(rows) == 0) return findStored({&pending});
+            if (PQntuples(rows) == 0) return findStored(flight, {&pending});
             pending.result = StoreResult{StoreResult::Outcome::stored,
                                          std::strtoll(PQgetvalue(rows, 0, 0), nullptr, 10),
                                          pending.response->status,
@@ -311,25 +314,36 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
           });
 }
 
-void PgResponseStore::findStored(const std::vector<PendingResponse*>& found) {
+void PgResponseStore::findStored(Flight& flight, const std::vector<PendingResponse*>& found) {
   std::vector<std::optional<std::string>> apps, keys;
   for (const PendingResponse* pending : found) {
     apps.emplace_back(pending->response->appId);
     keys.emplace_back(pending->response->idempotencyKey);
   }
-  // Read at once on a connection of the pool, not behind the next insert in the pipeline: the
-  // conflicts waited for the other inserts' commits, so their rows are there to read.
-  std::string error;
-  const bool read = this->read(
-      [&](PgConnection* connection) {
-        PgQuery select(connection, kFindStored.c_str(), PgQuery::Planning::eachRun);
-        select.bind("$1", pgArrayLiteral(apps)).bind("$2", pgArrayLiteral(keys));
-        answerFromStored(found, select);
-      },
-      &error);
-  if (read) return;
-  for (PendingResponse* pending : found)
-    pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+  // Looked up over a connection of its own, not behind the next insert in the pipeline, and
+  // without waiting for the answer here: the committing thread goes on sending and answering
+  // batches meanwhile. The conflicts waited for the other inserts' commits, so their rows are
+  // there to read.
+  if (!lookups_ || lookups_->broken()) {
+    std::string error;
+    // Parsed once, but planned at each run for the table as it is then: a plan kept from when
+    // the table was small would scan it all for as long as the connection lasts.
+    lookups_ =
+        PgPipeline::open(url_, {kFindStored}, error, {"SET plan_cache_mode = force_custom_plan"});
+    if (!lookups_) {
+      for (PendingResponse* pending : found)
+        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+      return;
+    }
+  }
+  const std::string appArray = pgArrayLiteral(apps);
+  const std::string keyArray = pgArrayLiteral(keys);
+  sendFor(*lookups_, flight, kFindStored, {appArray.c_str(), keyArray.c_str()}, found,
+          [found](const pg_result* rows, const std::string& error) {
+            if (error.empty()) return answerFromStored(found, rows);
+            for (PendingResponse* pending : found)
+              pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+          });
 }
 
 bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading,

@@ -93,12 +93,14 @@ class PgResponseStore final : public ResponseStore {
   void insertTogether(Flight& flight, std::vector<PendingResponse*> ordered);
   // One body alone, committed on its own.
   void insertAlone(Flight& flight, PendingResponse& pending);
-  // Answers the posts whose keys the database found stored already.
-  void findStored(const std::vector<PendingResponse*>& found);
+  // Looks up the stored bodies of the posts whose keys the app used before, to answer them from;
+  // sent over a second pipeline, answered like the flight's other statements.
+  void findStored(Flight& flight, const std::vector<PendingResponse*>& found);
   // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
   // broken. `handler` is called with what the statement answered.
-  bool sendFor(Flight& flight, const std::string& sql, const std::vector<const char*>& values,
-               const std::vector<PendingResponse*>& bodies, PgPipeline::Handler handler);
+  bool sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
+               const std::vector<const char*>& values, const std::vector<PendingResponse*>& bodies,
+               PgPipeline::Handler handler);
   // Announces those of `bodies` just stored, in id order: the order the statements ran in on
   // the one connection, so the order of the ids.
   void announceInserted(const std::vector<PendingResponse*>& bodies);
@@ -122,6 +124,7 @@ class PgResponseStore final : public ResponseStore {
   bool stopping_ = false;                 // guarded by queueMutex_
   int wakeFd_ = -1;                       // readable when the committing thread is woken
   std::unique_ptr<PgPipeline> pipeline_;  // the committing thread's
+  std::unique_ptr<PgPipeline> lookups_;   // the committing thread's, for keys found stored
   // The committing thread's: bodies answered since the last batch went, and how long the last
   // answered batch took from being sent to its answer.
   std::size_t returning_ = 0;
