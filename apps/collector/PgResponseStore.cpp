@@ -220,18 +220,23 @@ void PgResponseStore::send(Flight& flight) {
   std::vector<PendingResponse*> bodies;
   for (PendingResponse& each : flight.pending)
     bodies.push_back(&each);
-  if (!pipeline_ || pipeline_->broken()) {
-    // A broken connection has answered every statement sent over it: none waits on it now.
-    std::string error;
-    pipeline_ = PgPipeline::open(url_, {kInsertTogether, kInsertAlone}, error);
-    if (!pipeline_) {
-      for (PendingResponse* pending : bodies)
-        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
-      return;
-    }
-  }
+  if (!openIfNeeded(pipeline_, {kInsertTogether, kInsertAlone}, {}, bodies)) return;
   if (bodies.size() == 1) return insertAlone(flight, *bodies.front());
   insertTogether(flight, std::move(bodies));
+}
+
+bool PgResponseStore::openIfNeeded(std::unique_ptr<PgPipeline>& pipeline,
+                                   const std::vector<std::string>& statements,
+                                   const std::vector<std::string>& setup,
+                                   const std::vector<PendingResponse*>& bodies) {
+  // A broken connection has answered every statement sent over it: none waits on it now.
+  if (pipeline && !pipeline->broken()) return true;
+  std::string error;
+  pipeline = PgPipeline::open(url_, statements, error, setup);
+  if (pipeline) return true;
+  for (PendingResponse* pending : bodies)
+    pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
+  return false;
 }
 
 bool PgResponseStore::sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
@@ -324,18 +329,10 @@ void PgResponseStore::findStored(Flight& flight, const std::vector<PendingRespon
   // without waiting for the answer here: the committing thread goes on sending and answering
   // batches meanwhile. The conflicts waited for the other inserts' commits, so their rows are
   // there to read.
-  if (!lookups_ || lookups_->broken()) {
-    std::string error;
-    // Parsed once, but planned at each run for the table as it is then: a plan kept from when
-    // the table was small would scan it all for as long as the connection lasts.
-    lookups_ =
-        PgPipeline::open(url_, {kFindStored}, error, {"SET plan_cache_mode = force_custom_plan"});
-    if (!lookups_) {
-      for (PendingResponse* pending : found)
-        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
-      return;
-    }
-  }
+  // Parsed once, but planned at each run for the table as it is then: a plan kept from when the
+  // table was small would scan it all for as long as the connection lasts.
+  if (!openIfNeeded(lookups_, {kFindStored}, {"SET plan_cache_mode = force_custom_plan"}, found))
+    return;
   const std::string appArray = pgArrayLiteral(apps);
   const std::string keyArray = pgArrayLiteral(keys);
   sendFor(*lookups_, flight, kFindStored, {appArray.c_str(), keyArray.c_str()}, found,

@@ -96,6 +96,12 @@ class PgResponseStore final : public ResponseStore {
   // Looks up the stored bodies of the posts whose keys the app used before, to answer them from;
   // sent over a second pipeline, answered like the flight's other statements.
   void findStored(Flight& flight, const std::vector<PendingResponse*>& found);
+  // Opens `pipeline`, with `statements` prepared and `setup` run, when it is missing or broken;
+  // false, with `bodies` failed, when it cannot be.
+  bool openIfNeeded(std::unique_ptr<PgPipeline>& pipeline,
+                    const std::vector<std::string>& statements,
+                    const std::vector<std::string>& setup,
+                    const std::vector<PendingResponse*>& bodies);
   // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
   // broken. `handler` is called with what the statement answered.
   bool sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
