@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -17,7 +18,8 @@ std::int64_t integerAt(const pg_result* rows, int row, int column) {
   return std::strtoll(PQgetvalue(rows, row, column), nullptr, 10);
 }
 
-std::string textAt(const pg_result* rows, int row, int column) {
+// Valid as long as `rows`.
+std::string_view textAt(const pg_result* rows, int row, int column) {
   return {PQgetvalue(rows, row, column), static_cast<std::size_t>(PQgetlength(rows, row, column))};
 }
 
@@ -35,8 +37,15 @@ void orderForInsert(std::vector<PendingResponse*>& batch) {
 
 std::array<std::string, 6> insertTogetherArrays(const std::vector<PendingResponse*>& ordered) {
   std::array<std::vector<std::optional<std::string>>, 6> columns;
+  const IncomingResponse* previous = nullptr;
   for (const PendingResponse* pending : ordered) {
     const IncomingResponse& response = *pending->response;
+    // The same key again is answered from the first: a row may be written once by a statement.
+    const bool again = previous && !response.idempotencyKey.empty() &&
+                       response.idempotencyKey == previous->idempotencyKey &&
+                       response.appId == previous->appId;
+    previous = &response;
+    if (again) continue;
     columns[0].emplace_back(response.appId);
     columns[1].emplace_back(response.receivedAt);
     columns[2].emplace_back(response.url);
@@ -51,21 +60,25 @@ std::array<std::string, 6> insertTogetherArrays(const std::vector<PendingRespons
   return arrays;
 }
 
-std::vector<PendingResponse*> takeInsertedIds(const std::vector<PendingResponse*>& ordered,
-                                              const pg_result* rows) {
+void answerFromInserted(const std::vector<PendingResponse*>& ordered, const pg_result* rows) {
+  using Key = std::pair<std::string_view, std::string_view>;  // app, idempotency key
   std::vector<std::int64_t> unkeyedIds;
-  std::map<std::pair<std::string, std::string>, std::int64_t> keyedIds;
+  std::map<Key, int> rowOfKey;
   for (int row = 0; row < PQntuples(rows); ++row) {
     if (PQgetisnull(rows, row, 2)) {
       unkeyedIds.push_back(integerAt(rows, row, 0));
     } else {
-      keyedIds.emplace(std::pair(textAt(rows, row, 1), textAt(rows, row, 2)),
-                       integerAt(rows, row, 0));
+      rowOfKey.emplace(Key(textAt(rows, row, 1), textAt(rows, row, 2)), row);
     }
   }
   std::sort(unkeyedIds.begin(), unkeyedIds.end());
   std::size_t nextUnkeyed = 0;
-  std::vector<PendingResponse*> found;
+  struct StoredRow {
+    std::int64_t id;
+    int status;
+    std::string_view body;
+  };
+  std::map<Key, StoredRow> storedUnder;  // the keys met so far, and what is stored under each
   for (PendingResponse* pending : ordered) {
     const IncomingResponse& response = *pending->response;
     if (response.idempotencyKey.empty()) {
@@ -78,41 +91,33 @@ std::vector<PendingResponse*> takeInsertedIds(const std::vector<PendingResponse*
               : StoreResult{StoreResult::Outcome::failed, 0, 0, "the stored body has no id"};
       continue;
     }
-    const auto id = keyedIds.find(std::pair(response.appId, response.idempotencyKey));
-    if (id == keyedIds.end()) {
-      found.push_back(pending);
-      continue;
-    }
-    pending->result = StoreResult{StoreResult::Outcome::stored, id->second, response.status, {}};
-    keyedIds.erase(id);  // the same key later in the batch is a repeat or a conflict
-  }
-  return found;
-}
-
-void answerFromStored(const std::vector<PendingResponse*>& found, const pg_result* rows) {
-  struct StoredRow {
-    std::int64_t id;
-    int status;
-    std::string body;
-  };
-  std::map<std::pair<std::string, std::string>, StoredRow> stored;
-  for (int row = 0; row < PQntuples(rows); ++row) {
-    stored[std::pair(textAt(rows, row, 3), textAt(rows, row, 4))] = StoredRow{
-        integerAt(rows, row, 0), static_cast<int>(integerAt(rows, row, 1)), textAt(rows, row, 2)};
-  }
-  for (PendingResponse* pending : found) {
-    const IncomingResponse& response = *pending->response;
-    const auto row = stored.find(std::pair(response.appId, response.idempotencyKey));
-    if (row == stored.end()) {
-      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0,
-                                    "the response stored under the key vanished"};
-      continue;
+    const Key key(response.appId, response.idempotencyKey);
+    auto stored = storedUnder.find(key);
+    if (stored == storedUnder.end()) {
+      const auto row = rowOfKey.find(key);
+      if (row == rowOfKey.end()) {
+        pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0,
+                                      "the database returned no row for the key"};
+        continue;
+      }
+      const int at = row->second;
+      if (textAt(rows, at, 3) != "t") {
+        pending->result =
+            StoreResult{StoreResult::Outcome::stored, integerAt(rows, at, 0), response.status, {}};
+        storedUnder.emplace(key, StoredRow{pending->result.id, response.status, response.bodyText});
+        continue;
+      }
+      stored = storedUnder
+                   .emplace(key, StoredRow{integerAt(rows, at, 0),
+                                           static_cast<int>(integerAt(rows, at, 4)),
+                                           textAt(rows, at, 5)})
+                   .first;
     }
     pending->result =
-        StoreResult{row->second.body == response.bodyText ? StoreResult::Outcome::repeated
-                                                          : StoreResult::Outcome::conflict,
-                    row->second.id,
-                    row->second.status,
+        StoreResult{stored->second.body == response.bodyText ? StoreResult::Outcome::repeated
+                                                             : StoreResult::Outcome::conflict,
+                    stored->second.id,
+                    stored->second.status,
                     {}};
   }
 }

@@ -162,7 +162,7 @@ void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
   const auto due = [](const std::unique_ptr<PgPipeline>& pipeline) {
     return pipeline && pipeline->waiting() ? pipeline->socket() : -1;
   };
-  pollfd waits[3] = {{wakeFd_, POLLIN, 0}, {due(pipeline_), POLLIN, 0}, {due(lookups_), POLLIN, 0}};
+  pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {due(pipeline_), POLLIN, 0}};
   timespec timeout{};
   if (until) {
     const auto left = std::max(Clock::duration::zero(), *until - Clock::now());
@@ -170,13 +170,12 @@ void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
     timeout.tv_sec = seconds.count();
     timeout.tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(left - seconds).count();
   }
-  if (ppoll(waits, 3, until ? &timeout : nullptr, nullptr) < 0) return;  // interrupted
+  if (ppoll(waits, 2, until ? &timeout : nullptr, nullptr) < 0) return;  // interrupted
   if (waits[0].revents != 0) {
     std::uint64_t wakes = 0;
     [[maybe_unused]] const auto got = ::read(wakeFd_, &wakes, sizeof wakes);
   }
   if (waits[1].fd >= 0 && waits[1].revents != 0) pipeline_->receive(true);
-  if (waits[2].fd >= 0 && waits[2].revents != 0) lookups_->receive(true);
 }
 
 void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodies) {
@@ -194,7 +193,6 @@ void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodi
 void PgResponseStore::answerFinished(std::list<Flight>& flights) {
   // Answers that a statement sent meanwhile read along with its own are handed over first.
   if (pipeline_) pipeline_->receive(false);
-  if (lookups_) lookups_->receive(false);
   for (auto flight = flights.begin(); flight != flights.end();) {
     if (flight->awaited != 0) {
       ++flight;
@@ -220,20 +218,17 @@ void PgResponseStore::send(Flight& flight) {
   std::vector<PendingResponse*> bodies;
   for (PendingResponse& each : flight.pending)
     bodies.push_back(&each);
-  if (!openIfNeeded(pipeline_, {kInsertTogether, kInsertAlone}, {}, bodies)) return;
+  if (!openIfNeeded(bodies)) return;
   if (bodies.size() == 1) return insertAlone(flight, *bodies.front());
   insertTogether(flight, std::move(bodies));
 }
 
-bool PgResponseStore::openIfNeeded(std::unique_ptr<PgPipeline>& pipeline,
-                                   const std::vector<std::string>& statements,
-                                   const std::vector<std::string>& setup,
-                                   const std::vector<PendingResponse*>& bodies) {
+bool PgResponseStore::openIfNeeded(const std::vector<PendingResponse*>& bodies) {
   // A broken connection has answered every statement sent over it: none waits on it now.
-  if (pipeline && !pipeline->broken()) return true;
+  if (pipeline_ && !pipeline_->broken()) return true;
   std::string error;
-  pipeline = PgPipeline::open(url_, statements, error, setup);
-  if (pipeline) return true;
+  pipeline_ = PgPipeline::open(url_, {kInsertTogether, kInsertAlone}, error);
+  if (pipeline_) return true;
   for (PendingResponse* pending : bodies)
     pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
   return false;
@@ -286,9 +281,8 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
                 insertAlone(flight, *pending);
               return;
             }
-            std::vector<PendingResponse*> found = takeInsertedIds(ordered, rows);
+            answerFromInserted(ordered, rows);
             announceInserted(ordered);
-            if (!found.empty()) findStored(flight, found);
           });
 }
 
@@ -304,42 +298,13 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
       body.c_str(),
       response.idempotencyKey.empty() ? nullptr : response.idempotencyKey.c_str()};
   sendFor(*pipeline_, flight, kInsertAlone, values, {&pending},
-          [this, &flight, &pending](const pg_result* rows, const std::string& error) {
+          [this, &pending](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
               return;
             }
-            // No row: a key the app used before inserted nothing.
-            if (PQntuples(rows) == 0) return findStored(flight, {&pending});
-            pending.result = StoreResult{StoreResult::Outcome::stored,
-                                         std::strtoll(PQgetvalue(rows, 0, 0), nullptr, 10),
-                                         pending.response->status,
-                                         {}};
+            answerFromInserted({&pending}, rows);
             announceInserted({&pending});
-          });
-}
-
-void PgResponseStore::findStored(Flight& flight, const std::vector<PendingResponse*>& found) {
-  std::vector<std::optional<std::string>> apps, keys;
-  for (const PendingResponse* pending : found) {
-    apps.emplace_back(pending->response->appId);
-    keys.emplace_back(pending->response->idempotencyKey);
-  }
-  // Looked up over a connection of its own, not behind the next insert in the pipeline, and
-  // without waiting for the answer here: the committing thread goes on sending and answering
-  // batches meanwhile. The conflicts waited for the other inserts' commits, so their rows are
-  // there to read.
-  // Parsed once, but planned at each run for the table as it is then: a plan kept from when the
-  // table was small would scan it all for as long as the connection lasts.
-  if (!openIfNeeded(lookups_, {kFindStored}, {"SET plan_cache_mode = force_custom_plan"}, found))
-    return;
-  const std::string appArray = pgArrayLiteral(apps);
-  const std::string keyArray = pgArrayLiteral(keys);
-  sendFor(*lookups_, flight, kFindStored, {appArray.c_str(), keyArray.c_str()}, found,
-          [found](const pg_result* rows, const std::string& error) {
-            if (error.empty()) return answerFromStored(found, rows);
-            for (PendingResponse* pending : found)
-              pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
           });
 }
 

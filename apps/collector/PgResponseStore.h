@@ -15,9 +15,10 @@
 // on.
 //
 // The idempotency key is unique within an app by a unique index, so the database, not the
-// process, decides which of two collectors that receive the same key stores it; the other finds
-// the stored body and answers as for a repeat or a conflict. Batches insert their keys in one
-// order, so that two collectors' batches never wait for each other in a circle.
+// process, decides which of two collectors that receive the same key stores it; the other's
+// insert returns the stored row, from which it answers as for a repeat or a conflict. Batches
+// insert their keys in one order, so that two collectors' batches never wait for each other in a
+// circle.
 
 #include <chrono>
 #include <cstddef>
@@ -93,15 +94,9 @@ class PgResponseStore final : public ResponseStore {
   void insertTogether(Flight& flight, std::vector<PendingResponse*> ordered);
   // One body alone, committed on its own.
   void insertAlone(Flight& flight, PendingResponse& pending);
-  // Looks up the stored bodies of the posts whose keys the app used before, to answer them from;
-  // sent over a second pipeline, answered like the flight's other statements.
-  void findStored(Flight& flight, const std::vector<PendingResponse*>& found);
-  // Opens `pipeline`, with `statements` prepared and `setup` run, when it is missing or broken;
-  // false, with `bodies` failed, when it cannot be.
-  bool openIfNeeded(std::unique_ptr<PgPipeline>& pipeline,
-                    const std::vector<std::string>& statements,
-                    const std::vector<std::string>& setup,
-                    const std::vector<PendingResponse*>& bodies);
+  // Opens the pipeline when it is missing or broken; false, with `bodies` failed, when it cannot
+  // be.
+  bool openIfNeeded(const std::vector<PendingResponse*>& bodies);
   // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
   // broken. `handler` is called with what the statement answered.
   bool sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
@@ -130,7 +125,6 @@ class PgResponseStore final : public ResponseStore {
   bool stopping_ = false;                 // guarded by queueMutex_
   int wakeFd_ = -1;                       // readable when the committing thread is woken
   std::unique_ptr<PgPipeline> pipeline_;  // the committing thread's
-  std::unique_ptr<PgPipeline> lookups_;   // the committing thread's, for keys found stored
   // The committing thread's: bodies answered since the last batch went, and how long the last
   // answered batch took from being sent to its answer.
   std::size_t returning_ = 0;
