@@ -27,14 +27,11 @@ std::string messageOf(const pg_result* result) {
 
 std::unique_ptr<PgPipeline> PgPipeline::open(const std::string& url,
                                              const std::vector<std::string>& statements,
-                                             std::string& error,
-                                             const std::vector<std::string>& setup) {
+                                             std::string& error) {
   auto connection = PgConnection::open(url, error);
   if (!connection) return nullptr;
   std::unique_ptr<PgPipeline> pipeline(new PgPipeline(std::move(connection)));
   try {
-    for (const std::string& sql : setup)
-      executePg(pipeline->connection_.get(), sql.c_str());
     // Prepared before the pipeline starts: a statement prepared meanwhile would need an answer
     // of its own before its first run.
     for (const std::string& sql : statements)

@@ -26,13 +26,11 @@ class PgPipeline {
   // handler may send further statements; the result is freed once it returns.
   using Handler = std::function<void(const pg_result* result, const std::string& error)>;
 
-  // Connects to the database `url` names, runs `setup` (settings of the session), and prepares
-  // `statements` (SQL texts), so that the server parses and plans them once. Null, with `error`
-  // filled, when that fails.
+  // Connects to the database `url` names and prepares `statements` (SQL texts), so that the
+  // server parses and plans them once. Null, with `error` filled, when that fails.
   static std::unique_ptr<PgPipeline> open(const std::string& url,
                                           const std::vector<std::string>& statements,
-                                          std::string& error,
-                                          const std::vector<std::string>& setup = {});
+                                          std::string& error);
   ~PgPipeline();
   PgPipeline(const PgPipeline&) = delete;
   PgPipeline& operator=(const PgPipeline&) = delete;

@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
