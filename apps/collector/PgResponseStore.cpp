@@ -47,7 +47,10 @@ PgResponseStore::Lease::Lease(const PgResponseStore& store) : store_(store) {
       store.idle_.pop_back();
     }
   }
-  if (!connection_) connection_ = PgConnection::open(store.url_, error_);
+  if (connection_) return;
+  // A read that cannot connect reads as empty; why is not kept.
+  std::string error;
+  connection_ = PgConnection::open(store.url_, error);
 }
 
 PgResponseStore::Lease::~Lease() {
@@ -158,10 +161,8 @@ void PgResponseStore::commitQueued() {
 }
 
 void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
-  const auto due = [](const std::unique_ptr<PgPipeline>& pipeline) {
-    return pipeline && pipeline->waiting() ? pipeline->socket() : -1;
-  };
-  pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {due(pipeline_), POLLIN, 0}};
+  const bool answersDue = pipeline_ && pipeline_->waiting();
+  pollfd waits[2] = {{wakeFd_, POLLIN, 0}, {answersDue ? pipeline_->socket() : -1, POLLIN, 0}};
   timespec timeout{};
   if (until) {
     const auto left = std::max(Clock::duration::zero(), *until - Clock::now());
@@ -174,7 +175,7 @@ void PgResponseStore::waitForWork(std::optional<Clock::time_point> until) {
     std::uint64_t wakes = 0;
     [[maybe_unused]] const auto got = ::read(wakeFd_, &wakes, sizeof wakes);
   }
-  if (waits[1].fd >= 0 && waits[1].revents != 0) pipeline_->receive(true);
+  if (answersDue && waits[1].revents != 0) pipeline_->receive(true);
 }
 
 void PgResponseStore::announceInserted(const std::vector<PendingResponse*>& bodies) {
@@ -233,7 +234,7 @@ bool PgResponseStore::openIfNeeded(const std::vector<PendingResponse*>& bodies) 
   return false;
 }
 
-bool PgResponseStore::sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
+bool PgResponseStore::sendFor(Flight& flight, const std::string& sql,
                               const std::vector<const char*>& values,
                               const std::vector<PendingResponse*>& bodies,
                               PgPipeline::Handler handler) {
@@ -250,10 +251,10 @@ bool PgResponseStore::sendFor(PgPipeline& pipeline, Flight& flight, const std::s
       }
     }
   };
-  const bool sent = pipeline.send(sql, values, std::move(answered));
+  const bool sent = pipeline_->send(sql, values, std::move(answered));
   if (!sent) {
     for (PendingResponse* pending : bodies)
-      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline.brokenBecause()};
+      pending->result = StoreResult{StoreResult::Outcome::failed, 0, 0, pipeline_->brokenBecause()};
     return false;
   }
   ++flight.awaited;
@@ -266,7 +267,7 @@ void PgResponseStore::insertTogether(Flight& flight, std::vector<PendingResponse
   const std::array<std::string, 6> arrays = insertTogetherArrays(ordered);
   const std::vector<const char*> values = {arrays[0].c_str(), arrays[1].c_str(), arrays[2].c_str(),
                                            arrays[3].c_str(), arrays[4].c_str(), arrays[5].c_str()};
-  sendFor(*pipeline_, flight, kInsertTogether, values, ordered,
+  sendFor(flight, kInsertTogether, values, ordered,
           [this, &flight, ordered](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               if (pipeline_->broken()) {
@@ -296,7 +297,7 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
       status.c_str(),
       body.c_str(),
       response.idempotencyKey.empty() ? nullptr : response.idempotencyKey.c_str()};
-  sendFor(*pipeline_, flight, kInsertAlone, values, {&pending},
+  sendFor(flight, kInsertAlone, values, {&pending},
           [this, &pending](const pg_result* rows, const std::string& error) {
             if (!error.empty()) {
               pending.result = StoreResult{StoreResult::Outcome::failed, 0, 0, error};
@@ -307,21 +308,16 @@ void PgResponseStore::insertAlone(Flight& flight, PendingResponse& pending) {
           });
 }
 
-bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading,
-                           std::string* error) const {
+bool PgResponseStore::read(const std::function<void(PgConnection*)>& reading) const {
   // A pooled connection that the server dropped since its last use (a restart) fails the first
   // statement sent on it; the read then goes once more, on a new connection.
   for (int attempt = 0; attempt < 2; ++attempt) {
     const Lease lease(*this);
-    if (!lease.get()) {
-      if (error) *error = lease.error();
-      return false;
-    }
+    if (!lease.get()) return false;
     try {
       reading(lease.get());
       return true;
-    } catch (const std::exception& e) {
-      if (error) *error = e.what();
+    } catch (const std::exception&) {
       if (lease.get()->healthy()) return false;
     }
   }

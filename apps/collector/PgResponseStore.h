@@ -60,14 +60,12 @@ class PgResponseStore final : public ResponseStore {
     ~Lease();
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
-    // Null when no connection could be made; `error` says why.
+    // Null when no connection could be made.
     PgConnection* get() const { return connection_.get(); }
-    const std::string& error() const { return error_; }
 
    private:
     const PgResponseStore& store_;
     std::unique_ptr<PgConnection> connection_;
-    std::string error_;
   };
 
   using Clock = std::chrono::steady_clock;
@@ -99,18 +97,16 @@ class PgResponseStore final : public ResponseStore {
   bool openIfNeeded(const std::vector<PendingResponse*>& bodies);
   // Sends a statement for `flight`; false, with the bodies given failed, when the connection is
   // broken. `handler` is called with what the statement answered.
-  bool sendFor(PgPipeline& pipeline, Flight& flight, const std::string& sql,
-               const std::vector<const char*>& values, const std::vector<PendingResponse*>& bodies,
-               PgPipeline::Handler handler);
+  bool sendFor(Flight& flight, const std::string& sql, const std::vector<const char*>& values,
+               const std::vector<PendingResponse*>& bodies, PgPipeline::Handler handler);
   // Announces those of `bodies` just stored, in id order: the order the statements ran in on
   // the one connection, so the order of the ids.
   void announceInserted(const std::vector<PendingResponse*>& bodies);
   // Answers every flight all of whose statements have been answered.
   void answerFinished(std::list<Flight>& flights);
   void wake();
-  // Runs `reading` on a pooled connection; false, with `error` filled when given, when it failed
-  // or no connection could be made.
-  bool read(const std::function<void(PgConnection*)>& reading, std::string* error = nullptr) const;
+  // Runs `reading` on a pooled connection; false when it failed or no connection could be made.
+  bool read(const std::function<void(PgConnection*)>& reading) const;
   std::vector<StoredResponse> select(const char* sql, const std::vector<std::string>& values) const;
 
   const std::string url_;
