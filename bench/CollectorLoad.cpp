@@ -198,7 +198,9 @@ double timedInParallel(int workers, int total, Setup setup, Work work) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// The collector's table and index; `idType` is the database's spelling of an id it makes.
+// The collector's table and the unique index its keys need; not its listing index (app, id),
+// which serves the collector's own reads and is part of what a post costs it. `idType` is the
+// database's spelling of an id it makes.
 std::string referenceSchema(const std::string& idType) {
   return "CREATE TABLE reference_inserts (id " + idType +
          " PRIMARY KEY, app_id TEXT NOT NULL,"
