@@ -1,7 +1,9 @@
 #include "collector/PgResultsStore.h"
 
+#include <algorithm>
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <utility>
 
 #include "collector/PgConnection.h"
@@ -29,19 +31,27 @@ class PgBackend {
   // read are therefore those up to the first one that has no facts yet, found by looking: from
   // what was found kSettle ago, since an insert is one statement and is committed or gone by then.
   // Facts kept after the first gap do not hide it, so each process may keep its own as they come.
+  // What is settled is settled for every process on the database, which keeps the highest such
+  // response: a process that starts looks from there rather than through every response ever
+  // stored.
   static constexpr bool kKeepsFactsInAnyOrder = true;
   std::int64_t lastResponseRead() {
     const auto now = std::chrono::steady_clock::now();
     while (found_.size() > 1 && now - found_[1].first >= kSettle)
       found_.pop_front();
-    const std::int64_t floor =
+    const std::int64_t settledHere =
         !found_.empty() && now - found_.front().first >= kSettle ? found_.front().second : 0;
+    settled_ = std::max(settled_, keepSettled(settledHere));
+    // Both tables are looked at from the settled response on (the second condition on the facts
+    // says nothing new, but without it the server reads all of them), so that each look costs
+    // what came since, not what the tables hold.
     PgResultsQuery last(
         handle(),
         "SELECT COALESCE((SELECT MIN(r.id) - 1 FROM survey_responses r WHERE r.id > $1"
-        " AND NOT EXISTS (SELECT 1 FROM result_responses f WHERE f.response_id = r.id)),"
+        " AND NOT EXISTS (SELECT 1 FROM result_responses f"
+        " WHERE f.response_id = r.id AND f.response_id > $1)),"
         " (SELECT MAX(id) FROM survey_responses), 0)");
-    last.bind("$1", floor);
+    last.bind("$1", settled_);
     const std::int64_t read = last.step() ? last.integer(0) : 0;
     found_.emplace_back(now, read);
     return read;
@@ -117,6 +127,24 @@ class PgBackend {
  private:
   static constexpr auto kSettle = std::chrono::seconds(60);
 
+  // Keeps `settled` in the database, when it is higher than what is kept there, and returns the
+  // highest kept. Only spares work: should the database refuse, what this process knows stands.
+  std::int64_t keepSettled(std::int64_t settled) {
+    try {
+      PgResultsQuery kept(handle(), settled > settled_ ? kKeepSettled : kReadSettled);
+      if (settled > settled_) kept.bind("$1", settled);
+      return kept.step() ? kept.integer(0) : 0;
+    } catch (const std::exception&) {
+      return 0;
+    }
+  }
+  static constexpr const char* kKeepSettled =
+      "INSERT INTO result_responses_settled (response_id) VALUES ($1)"
+      " ON CONFLICT (one_row) DO UPDATE"
+      " SET response_id = GREATEST(result_responses_settled.response_id, EXCLUDED.response_id)"
+      " RETURNING response_id";
+  static constexpr const char* kReadSettled = "SELECT response_id FROM result_responses_settled";
+
   void reconnectIfDropped() {
     if (connection_->healthy()) return;
     std::string error;
@@ -129,16 +157,24 @@ class PgBackend {
   bool inTransaction_ = false;
   // What lastResponseRead found, and when, oldest first.
   std::deque<std::pair<std::chrono::steady_clock::time_point, std::int64_t>> found_;
+  // The highest response known settled: every response up to it has its facts, and no insert
+  // below it was still under way when that was found.
+  std::int64_t settled_ = 0;
 };
 
 }  // namespace
 
 std::unique_ptr<ResultsStore> openPgResultsStore(const std::string& url, std::string& error) {
   auto connection = PgConnection::open(url, error);
+  // Where the facts are read again, what was settled about them goes with them.
   const std::string schema = std::string("DO $$ BEGIN IF to_regclass('") +
                              sql_results::kEarlierLayoutTable + "') IS NOT NULL THEN " +
-                             sql_results::kDropEarlierFacts + " END IF; END $$;" +
-                             sql_results::kResultsSchema;
+                             sql_results::kDropEarlierFacts +
+                             " DROP TABLE IF EXISTS result_responses_settled; END IF; END $$;" +
+                             sql_results::kResultsSchema +
+                             "CREATE TABLE IF NOT EXISTS result_responses_settled ("
+                             " one_row BOOLEAN PRIMARY KEY DEFAULT true CHECK (one_row),"
+                             " response_id BIGINT NOT NULL);";
   if (!connection || !createPgTables(connection.get(), schema.c_str(), error)) {
     return nullptr;
   }
