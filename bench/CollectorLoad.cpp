@@ -25,9 +25,9 @@
 //        acknowledged=N stored=S duplicates=D
 //
 // Exit status 0 when every run stored what it acknowledged and no more, 1 otherwise, 2 for bad
-// arguments or a collector that does not start.
+// arguments or a collector that does not start. A collector's stderr is kept aside, and shown
+// when it does not start or does not end when asked.
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -66,17 +66,22 @@ std::string bodyOf(int number) {
          R"( {"question_id": 303, "answers": [4]}], "user_attributes": {"plan": "gold"}})";
 }
 
-// A collector process on `database`, stopped with SIGTERM when dropped.
+// A collector process on `database`, stopped with SIGTERM when dropped. What it writes on stderr
+// is kept aside (its start-up notice would fill the bench's output), and shown when it does not
+// start or does not end as asked.
 class CollectorProcess {
  public:
   CollectorProcess(const std::string& executable, const std::string& database) {
+    char errors[] = "/tmp/vlq-collector-load-XXXXXX";
+    errors_ = mkstemp(errors);
+    if (errors_ < 0) throw std::runtime_error("cannot make a file for the collector's stderr");
+    unlink(errors);
     int output[2];
     if (pipe(output) != 0) throw std::runtime_error("pipe");
     pid_ = fork();
     if (pid_ == 0) {
       dup2(output[1], 1);
-      const int quiet = open("/dev/null", O_WRONLY);
-      dup2(quiet, 2);
+      dup2(errors_, 2);
       close(output[0]);
       execl(executable.c_str(), executable.c_str(), "--port", "0", "--db", database.c_str(),
             static_cast<char*>(nullptr));
@@ -89,18 +94,50 @@ class CollectorProcess {
       line += c;
     close(output[0]);
     const std::string prefix = "listening on ";
-    if (line.rfind(prefix, 0) != 0) throw std::runtime_error("the collector did not start");
+    if (line.rfind(prefix, 0) != 0) {
+      stop();
+      const std::string errors = errorsWritten();
+      close(errors_);
+      throw std::runtime_error("the collector did not start: " + errors);
+    }
     url_ = line.substr(prefix.size());
   }
   ~CollectorProcess() {
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
+    const int status = stop();
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+      const std::string how = WIFEXITED(status)
+                                  ? "exited with status " + std::to_string(WEXITSTATUS(status))
+                                  : "was killed by signal " + std::to_string(WTERMSIG(status));
+      std::fprintf(stderr, "collector_load: a collector %s: %s\n", how.c_str(),
+                   errorsWritten().c_str());
+    }
+    close(errors_);
   }
   CollectorProcess(const CollectorProcess&) = delete;
   CollectorProcess& operator=(const CollectorProcess&) = delete;
   const std::string& url() const { return url_; }
 
  private:
+  // Asks the collector to stop and waits for it; its wait status.
+  int stop() {
+    int status = 0;
+    kill(pid_, SIGTERM);
+    waitpid(pid_, &status, 0);
+    return status;
+  }
+  std::string errorsWritten() const {
+    std::string text;
+    char chunk[4096];
+    ssize_t got = 0;
+    off_t at = 0;
+    while ((got = pread(errors_, chunk, sizeof chunk, at)) > 0) {
+      text.append(chunk, static_cast<std::size_t>(got));
+      at += got;
+    }
+    return text.empty() ? "(nothing on stderr)" : text;
+  }
+
+  int errors_ = -1;
   pid_t pid_ = -1;
   std::string url_;
 };
