@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <stdexcept>
+#include <vector>
 
 namespace vlq::collector {
 namespace {
@@ -39,7 +40,26 @@ bool isPostgresLocation(const std::string& location) {
 }
 
 std::unique_ptr<PgConnection> PgConnection::open(const std::string& url, std::string& error) {
-  pg_conn* connection = PQconnectdb(url.c_str());
+  // A server that vanishes without closing its connections (its host down, a failover that moves
+  // its address) would otherwise hold a post, a read or a new connection for as long as TCP keeps
+  // trying: about a quarter of an hour for statements sent and never acknowledged, two hours for
+  // an idle connection, minutes for a connection being made. With these defaults the collector
+  // gives up within a minute, answers what was in flight as failed and connects again. Settings
+  // in `url` come after them and so win, as does PGCONNECT_TIMEOUT in the environment.
+  std::vector<const char*> keywords;
+  std::vector<const char*> values;
+  const auto byDefault = [&](const char* keyword, const char* value) {
+    keywords.push_back(keyword);
+    values.push_back(value);
+  };
+  if (!std::getenv("PGCONNECT_TIMEOUT")) byDefault("connect_timeout", "10");
+  byDefault("tcp_user_timeout", "30000");  // ms that sent data may go unacknowledged
+  byDefault("keepalives_idle", "30");
+  byDefault("keepalives_interval", "10");
+  byDefault("keepalives_count", "3");
+  byDefault("dbname", url.c_str());  // a URL, expanded into the settings it holds
+  byDefault(nullptr, nullptr);
+  pg_conn* connection = PQconnectdbParams(keywords.data(), values.data(), 1);
   if (!connection || PQstatus(connection) != CONNECTION_OK) {
     error = "cannot connect to the database: " +
             (connection ? messageOf(connection) : std::string("out of memory"));
