@@ -82,6 +82,7 @@ class CollectorProcess {
     if (pid_ == 0) {
       dup2(output[1], 1);
       dup2(errors_, 2);
+      close(errors_);
       close(output[0]);
       execl(executable.c_str(), executable.c_str(), "--port", "0", "--db", database.c_str(),
             static_cast<char*>(nullptr));

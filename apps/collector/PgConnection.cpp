@@ -48,17 +48,17 @@ std::unique_ptr<PgConnection> PgConnection::open(const std::string& url, std::st
   // in `url` come after them and so win, as does PGCONNECT_TIMEOUT in the environment.
   std::vector<const char*> keywords;
   std::vector<const char*> values;
-  const auto byDefault = [&](const char* keyword, const char* value) {
+  const auto set = [&](const char* keyword, const char* value) {
     keywords.push_back(keyword);
     values.push_back(value);
   };
-  if (!std::getenv("PGCONNECT_TIMEOUT")) byDefault("connect_timeout", "10");
-  byDefault("tcp_user_timeout", "30000");  // ms that sent data may go unacknowledged
-  byDefault("keepalives_idle", "30");
-  byDefault("keepalives_interval", "10");
-  byDefault("keepalives_count", "3");
-  byDefault("dbname", url.c_str());  // a URL, expanded into the settings it holds
-  byDefault(nullptr, nullptr);
+  if (!std::getenv("PGCONNECT_TIMEOUT")) set("connect_timeout", "10");
+  set("tcp_user_timeout", "30000");  // ms that sent data may go unacknowledged
+  set("keepalives_idle", "30");
+  set("keepalives_interval", "10");
+  set("keepalives_count", "3");
+  set("dbname", url.c_str());  // a URL, expanded into the settings it holds
+  set(nullptr, nullptr);
   pg_conn* connection = PQconnectdbParams(keywords.data(), values.data(), 1);
   if (!connection || PQstatus(connection) != CONNECTION_OK) {
     error = "cannot connect to the database: " +

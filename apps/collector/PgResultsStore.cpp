@@ -131,8 +131,9 @@ class PgBackend {
   // highest kept. Only spares work: should the database refuse, what this process knows stands.
   std::int64_t keepSettled(std::int64_t settled) {
     try {
-      PgResultsQuery kept(handle(), settled > settled_ ? kKeepSettled : kReadSettled);
-      if (settled > settled_) kept.bind("$1", settled);
+      const bool higher = settled > settled_;
+      PgResultsQuery kept(handle(), higher ? kKeepSettled : kReadSettled);
+      if (higher) kept.bind("$1", settled);
       return kept.step() ? kept.integer(0) : 0;
     } catch (const std::exception&) {
       return 0;
