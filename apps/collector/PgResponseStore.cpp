@@ -36,6 +36,11 @@ constexpr const char* kSchema =
 constexpr std::size_t kMaxIdleConnections = 32;
 // Batches sent whose answers have not all come. Two: one in the server, the next on its way.
 constexpr std::size_t kMaxInFlight = 2;
+// The longest a batch waits for the posts of clients answered since the last one went. Half a
+// commit's round trip is what the wait may cost; but after a commit that took long (a server
+// writing a checkpoint, a lock) the clients answered may well not post again, and a lone post
+// would wait half of that for nothing.
+constexpr std::chrono::milliseconds kMaxGathering{10};
 
 }  // namespace
 
@@ -114,7 +119,8 @@ void PgResponseStore::commitQueued() {
     // make the server wait; sooner, it would cost a commit for fewer bodies. The posts answered
     // since the last batch went are likely to come back soon (a client posts its next body once
     // answered), so a batch also waits for as many, and with nothing in flight at most half a
-    // commit's round trip: on a busy server a commit costs more than the wait.
+    // commit's round trip (and kMaxGathering): on a busy server a commit costs more than the
+    // wait.
     std::size_t wanted = 0;  // never
     std::optional<Clock::time_point> sendBy;
     if (stopping_) {
@@ -123,7 +129,8 @@ void PgResponseStore::commitQueued() {
       wanted = 1;
       if (!queue_.empty() && queue_.size() < returning_) {
         if (gatheringSince == Clock::time_point{}) gatheringSince = now;
-        const Clock::time_point deadline = gatheringSince + lastRoundTrip_ / 2;
+        const Clock::time_point deadline =
+            gatheringSince + std::min<Clock::duration>(lastRoundTrip_ / 2, kMaxGathering);
         if (now < deadline) {
           wanted = returning_;
           sendBy = deadline;
@@ -198,8 +205,13 @@ void PgResponseStore::answerFinished(std::list<Flight>& flights) {
       ++flight;
       continue;
     }
+    // Only clients whose bodies were kept are counted on to post again soon: one answered 500
+    // waits before trying again. Nor does a batch that failed say how long a commit takes (it
+    // may have waited out a connection's timeout).
+    std::size_t kept = 0;
     for (std::size_t i = 0; i < flight->queued.size(); ++i) {
       StoreResult& result = flight->pending[i].result;
+      if (result.outcome != StoreResult::Outcome::failed) ++kept;
       if (result.outcome == StoreResult::Outcome::failed && result.error.empty())
         result.error = "the commit was interrupted";
       try {
@@ -208,8 +220,8 @@ void PgResponseStore::answerFinished(std::list<Flight>& flights) {
         // What is done with a result is the caller's; the next bodies are answered all the same.
       }
     }
-    returning_ += flight->queued.size();
-    lastRoundTrip_ = Clock::now() - flight->sentAt;
+    returning_ += kept;
+    if (kept != 0) lastRoundTrip_ = Clock::now() - flight->sentAt;
     flight = flights.erase(flight);
   }
 }
