@@ -205,14 +205,15 @@ void PgResponseStore::answerFinished(std::list<Flight>& flights) {
       ++flight;
       continue;
     }
-    // Only clients whose bodies were kept are counted on to post again soon: one answered 500
-    // waits before trying again. Nor does a batch that failed say how long a commit takes (it
-    // may have waited out a connection's timeout).
-    std::size_t kept = 0;
+    // Only clients answered for good (stored, a repeat, a conflict) are counted on to post again
+    // soon: one answered 500 waits before trying again. Nor does a batch that failed say how long
+    // a commit takes (it may have waited out a connection's timeout).
+    std::size_t decided = 0;
     for (std::size_t i = 0; i < flight->queued.size(); ++i) {
       StoreResult& result = flight->pending[i].result;
-      if (result.outcome != StoreResult::Outcome::failed) ++kept;
-      if (result.outcome == StoreResult::Outcome::failed && result.error.empty())
+      if (result.outcome != StoreResult::Outcome::failed)
+        ++decided;
+      else if (result.error.empty())
         result.error = "the commit was interrupted";
       try {
         flight->queued[i].done(std::move(result));
@@ -220,8 +221,8 @@ void PgResponseStore::answerFinished(std::list<Flight>& flights) {
         // What is done with a result is the caller's; the next bodies are answered all the same.
       }
     }
-    returning_ += kept;
-    if (kept != 0) lastRoundTrip_ = Clock::now() - flight->sentAt;
+    returning_ += decided;
+    if (decided != 0) lastRoundTrip_ = Clock::now() - flight->sentAt;
     flight = flights.erase(flight);
   }
 }

@@ -121,8 +121,8 @@ class PgResponseStore final : public ResponseStore {
   bool stopping_ = false;                 // guarded by queueMutex_
   int wakeFd_ = -1;                       // readable when the committing thread is woken
   std::unique_ptr<PgPipeline> pipeline_;  // the committing thread's
-  // The committing thread's: bodies kept and answered since the last batch went, and how long
-  // the last batch with a body kept took from being sent to its answer.
+  // The committing thread's: bodies answered for good (not failed) since the last batch went,
+  // and how long the last batch with such a body took from being sent to its answer.
   std::size_t returning_ = 0;
   Clock::duration lastRoundTrip_{};
   // Last: it commits with everything above.
