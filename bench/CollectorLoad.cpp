@@ -77,8 +77,20 @@ class CollectorProcess {
     if (errors_ < 0) throw std::runtime_error("cannot make a file for the collector's stderr");
     unlink(errors);
     int output[2];
-    if (pipe(output) != 0) throw std::runtime_error("pipe");
+    if (pipe(output) != 0) {
+      close(errors_);
+      throw std::runtime_error("cannot make a pipe for the collector's output");
+    }
+    // Made before the fork: the child only writes it, should the collector not run at all.
+    const std::string notRun = "cannot run " + executable + "\n";
     pid_ = fork();
+    if (pid_ < 0) {
+      // Never left at -1 for stop(): kill(-1, ...) would signal every process the user may.
+      close(output[0]);
+      close(output[1]);
+      close(errors_);
+      throw std::runtime_error("cannot start the collector: fork failed");
+    }
     if (pid_ == 0) {
       dup2(output[1], 1);
       dup2(errors_, 2);
@@ -86,6 +98,7 @@ class CollectorProcess {
       close(output[0]);
       execl(executable.c_str(), executable.c_str(), "--port", "0", "--db", database.c_str(),
             static_cast<char*>(nullptr));
+      [[maybe_unused]] const auto written = write(2, notRun.data(), notRun.size());
       _exit(127);
     }
     close(output[1]);
